@@ -1,0 +1,10 @@
+#include "core/BaseDataObject.h"
+
+namespace zo {
+
+TRttiType& TBaseDataObject::StaticType() {
+  static TRttiType type("TBaseDataObject", nullptr, detail::FactoryFor<TBaseDataObject>());
+  return type;
+}
+
+}  // namespace zo

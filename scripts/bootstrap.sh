@@ -1,0 +1,36 @@
+#!/usr/bin/env bash
+# Installs the Debian packages the project builds and tests with. Idempotent: only the
+# packages that are missing are installed, so a second run does nothing.
+set -euo pipefail
+
+packages=(
+  cmake ninja-build g++ pkg-config
+  libgtest-dev libgmock-dev libbenchmark-dev
+  firebird-dev libfbclient2 firebird3.0-server-core firebird3.0-utils firebird3.0-server
+  nlohmann-json3-dev libfmt-dev
+  libboost-dev libboost-system-dev
+  libssl-dev
+)
+
+missing=()
+for p in "${packages[@]}"; do
+  if ! dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q 'install ok installed'; then
+    missing+=("$p")
+  fi
+done
+
+if [ ${#missing[@]} -eq 0 ]; then
+  echo "bootstrap: all packages present"
+  exit 0
+fi
+
+echo "bootstrap: installing ${missing[*]}"
+SUDO=""
+if [ "$(id -u)" -ne 0 ]; then SUDO="sudo"; fi
+export DEBIAN_FRONTEND=noninteractive
+$SUDO apt-get update -qq
+# The server package would otherwise start a daemon and ask for a SYSDBA password; tests
+# start their own server when they need one.
+echo "firebird3.0-server firebird3.0-server/password password masterkey" | $SUDO debconf-set-selections || true
+$SUDO apt-get install -y -qq --no-install-recommends "${missing[@]}"
+echo "bootstrap: done"

@@ -1,0 +1,23 @@
+#include "tests/support/TempDir.h"
+
+#include <atomic>
+#include <random>
+#include <unistd.h>
+
+namespace zo::testing {
+
+TempDir::TempDir() {
+  static std::atomic<int> counter{0};
+  std::random_device rd;
+  const auto name = "zo-test-" + std::to_string(::getpid()) + "-" + std::to_string(counter++) +
+                    "-" + std::to_string(rd());
+  path_ = std::filesystem::temp_directory_path() / name;
+  std::filesystem::create_directories(path_);
+}
+
+TempDir::~TempDir() {
+  std::error_code ec;
+  std::filesystem::remove_all(path_, ec);
+}
+
+}  // namespace zo::testing
