@@ -27,9 +27,7 @@ TDataObjectClass GetHostClass(const TRttiProperty* prop) {
 
 bool IsAgregation(const TRttiProperty* prop) { return prop->Shape() == TObjectShape::List; }
 
-bool IsComposition(const TRttiProperty* prop) {
-  return prop->Shape() == TObjectShape::DataObject;
-}
+bool IsComposition(const TRttiProperty* prop) { return prop->Shape() == TObjectShape::DataObject; }
 
 bool IsIndexed(const TRttiProperty* prop) {
   const Annotation* a = FirstAnnotation(prop);

@@ -28,15 +28,14 @@ constexpr TRttiType::Factory FactoryFor() {
 //     std::string Nome;
 //   };
 // The record is filled by an explicit definition at start-up (see core/ClassBuilder.h).
-#define ZO_DATA_CLASS(Class, Base)                                                   \
- public:                                                                             \
-  static ::zo::TRttiType& StaticType() {                                             \
-    static ::zo::TRttiType type(#Class, &Base::StaticType(),                         \
-                                ::zo::detail::FactoryFor<Class>());                  \
-    return type;                                                                     \
-  }                                                                                  \
-  ::zo::TDataObjectClass ClassType() const override { return &StaticType(); }       \
-                                                                                     \
+#define ZO_DATA_CLASS(Class, Base)                                                               \
+ public:                                                                                         \
+  static ::zo::TRttiType& StaticType() {                                                         \
+    static ::zo::TRttiType type(#Class, &Base::StaticType(), ::zo::detail::FactoryFor<Class>()); \
+    return type;                                                                                 \
+  }                                                                                              \
+  ::zo::TDataObjectClass ClassType() const override { return &StaticType(); }                    \
+                                                                                                 \
  private:
 
 // Base of every persistent entity. Data objects are neither copyable nor movable: owner links

@@ -124,8 +124,7 @@ std::string TDataObjectInfo::PropValueToStr(const TBaseDataObject& obj,
   }
   for (const TRttiProperty* p : props) {
     if (p == fKeyProperty || IsAgregation(p)) continue;
-    const std::string column =
-        prefix.empty() ? GetAttribName(p) : prefix + "_" + GetAttribName(p);
+    const std::string column = prefix.empty() ? GetAttribName(p) : prefix + "_" + GetAttribName(p);
     append(column + " = " + ValueToStr(p->GetValue(obj)));
   }
   return out;

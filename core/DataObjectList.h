@@ -38,9 +38,7 @@ class TObjectList : public TDataObjectList {
   TObjectList() : TDataObjectList(&T::StaticType()) {}
 
   T* operator[](size_t index) const { return static_cast<T*>(Item(index)); }
-  T& Add(std::unique_ptr<T> item) {
-    return static_cast<T&>(TDataObjectList::Add(std::move(item)));
-  }
+  T& Add(std::unique_ptr<T> item) { return static_cast<T&>(TDataObjectList::Add(std::move(item))); }
   T& AddNew() { return Add(std::make_unique<T>()); }
 };
 

@@ -85,8 +85,7 @@ std::string FormatDate(double days) {
 std::string FormatTime(double days) {
   const auto c = ToCivil(days);
   char buf[32];
-  std::snprintf(buf, sizeof buf, "%02d:%02d:%02d.%03d", c.hour, c.minute, c.second,
-                c.millisecond);
+  std::snprintf(buf, sizeof buf, "%02d:%02d:%02d.%03d", c.hour, c.minute, c.second, c.millisecond);
   return buf;
 }
 
@@ -96,9 +95,7 @@ double ParseIso(const std::string& text) {
   CivilDateTime c;
   int consumed = 0;
   const char* s = text.c_str();
-  const auto fail = [&]() -> double {
-    throw Exception("'" + text + "' não é uma data válida");
-  };
+  const auto fail = [&]() -> double { throw Exception("'" + text + "' não é uma data válida"); };
   if (std::sscanf(s, "%4d-%2d-%2d%n", &c.year, &c.month, &c.day, &consumed) == 3) {
     s += consumed;
     if (*s == 'T' || *s == ' ') {

@@ -12,7 +12,7 @@ template <class Tag>
 struct TIdentifier {
   int32_t value = -1;
   constexpr TIdentifier() = default;
-  constexpr TIdentifier(int32_t v) : value(v) {}  // NOLINT(google-explicit-constructor)
+  constexpr TIdentifier(int32_t v) : value(v) {}        // NOLINT(google-explicit-constructor)
   constexpr operator int32_t() const { return value; }  // NOLINT(google-explicit-constructor)
 };
 

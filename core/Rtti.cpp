@@ -7,8 +7,8 @@
 namespace zo {
 
 TRttiProperty::TRttiProperty(std::string name, const TTypeInfo* type,
-                             const TRttiType* declaringClass,
-                             std::vector<Annotation> annotations, Accessors accessors)
+                             const TRttiType* declaringClass, std::vector<Annotation> annotations,
+                             Accessors accessors)
     : name_(std::move(name)),
       type_(type),
       declaringClass_(declaringClass),

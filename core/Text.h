@@ -27,7 +27,7 @@ int32_t StrToInt(std::string_view s);
 int32_t StrToIntDef(std::string_view s, int32_t fallback);
 
 // UTF-8 helpers.
-size_t Utf8Length(std::string_view s);         // number of code points
+size_t Utf8Length(std::string_view s);          // number of code points
 std::string Utf8FirstChar(std::string_view s);  // the first code point, as UTF-8 (or "")
 bool IsLatin1(std::string_view utf8);           // every code point below U+0100
 // One byte per code point; code points outside Latin-1 (and malformed bytes) become '?'.

@@ -19,11 +19,9 @@ void RegisterCoreClasses() {
         .Prop("UserID", &TUserObject::UserID, Annotation("USUARIO_ID").References<TUser>())
         .Prop("DataHoraInclusao", &TUserObject::DataHoraInclusao, Annotation("DATAHORA_INC"))
         .Prop("DataHoraAlteracao", &TUserObject::DataHoraAlteracao, Annotation("DATAHORA_ALT"));
-    DefineClass<TWaitScreenCommandTitle>("ZoCore")
-        .Prop("Text", &TWaitScreenCommandTitle::Text);
+    DefineClass<TWaitScreenCommandTitle>("ZoCore").Prop("Text", &TWaitScreenCommandTitle::Text);
     DefineClass<TWaitScreenCommandJob>("ZoCore").Prop("Text", &TWaitScreenCommandJob::Text);
-    DefineClass<TWaitScreenCommandGo>("ZoCore")
-        .Prop("Position", &TWaitScreenCommandGo::Position);
+    DefineClass<TWaitScreenCommandGo>("ZoCore").Prop("Position", &TWaitScreenCommandGo::Position);
   });
 }
 

@@ -24,7 +24,7 @@ class TValue {
   const std::string& TypeName() const;
   const Data& Raw() const { return data_; }
 
-  bool IsEmpty() const;  // no value, or an object property holding nothing
+  bool IsEmpty() const;       // no value, or an object property holding nothing
   int64_t AsOrdinal() const;  // integers, Int64, enumerations, Booleans
   int32_t AsInteger() const { return static_cast<int32_t>(AsOrdinal()); }
   double AsFloat() const;

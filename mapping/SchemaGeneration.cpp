@@ -171,8 +171,8 @@ void TDataObjectInfoDB::GenerateColumns(TTableStruct& table, const std::string& 
       continue;
     }
     auto column = std::make_unique<TColumnStruct>();
-    const std::string name = prefix.empty() ? GetAttribName(p)
-                                            : fmt::sprintf("%s_%s", prefix, GetAttribName(p));
+    const std::string name =
+        prefix.empty() ? GetAttribName(p) : fmt::sprintf("%s_%s", prefix, GetAttribName(p));
     column->setName(name);
     column->SetIndexed(IsIndexed(p));
     column->SetRequired(prefix.empty() && IsRequired(p));

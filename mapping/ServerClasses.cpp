@@ -113,8 +113,8 @@ std::string TDataObjectInfoDB::GetFieldDecl(const TRttiProperty* prop,
       break;
     }
     case TTypeKind::tkClass:
-      type = skill == TPropertySkill::psBinaryBlob ? "BLOB SUB_TYPE 0 SEGMENT SIZE 16384"
-                                                   : FFKDomain;
+      type =
+          skill == TPropertySkill::psBinaryBlob ? "BLOB SUB_TYPE 0 SEGMENT SIZE 16384" : FFKDomain;
       break;
     default:
       break;

@@ -45,8 +45,7 @@ void DefineCliente() {
       .Prop("Observacoes", &TCliente::Observacoes,
             Annotation("OBSERVACOES").Skill(TPropertySkill::psTextBlob))
       .Prop("Foto", &TCliente::Foto);
-  DefineClass<TClienteVIP>("DemoClasses",
-                           Annotation("CLIENTES").Skill(TPropertySkill::psEmbedded))
+  DefineClass<TClienteVIP>("DemoClasses", Annotation("CLIENTES").Skill(TPropertySkill::psEmbedded))
       .Prop("DescontoVIP", &TClienteVIP::DescontoVIP, Annotation("DESCONTO_VIP"))
       .Prop("Gerente", &TClienteVIP::Gerente, Annotation("GERENTE").Size(60));
 }
@@ -70,8 +69,7 @@ void DefineProduto() {
       .Prop("Preco", &TProduto::Preco, Annotation("PRECO"))
       .Prop("Estoque", &TProduto::Estoque, Annotation("ESTOQUE"))
       .Prop("Unidade", &TProduto::Unidade, Annotation("UNIDADE"))
-      .Prop("Categoria", &TProduto::Categoria,
-            Annotation("CATEGORIA_ID").References<TCategoria>())
+      .Prop("Categoria", &TProduto::Categoria, Annotation("CATEGORIA_ID").References<TCategoria>())
       .Prop("Ativo", &TProduto::Ativo, Annotation("ATIVO"))
       .Prop("Imagem", &TProduto::Imagem, Annotation("IMAGEM").Skill(TPropertySkill::psBinaryBlob))
       .Prop("FichaTecnica", &TProduto::FichaTecnica,
@@ -114,8 +112,8 @@ void RegisterDemoClasses() {
 }
 
 std::vector<zo::TDataObjectClass> DemoTableClasses() {
-  return {&zo::TUser::StaticType(), &TCidade::StaticType(),     &TCliente::StaticType(),
-          &TCategoria::StaticType(), &TProduto::StaticType(),   &TPedido::StaticType(),
+  return {&zo::TUser::StaticType(),   &TCidade::StaticType(),    &TCliente::StaticType(),
+          &TCategoria::StaticType(),  &TProduto::StaticType(),   &TPedido::StaticType(),
           &TItemPedido::StaticType(), &TClienteVIP::StaticType()};
 }
 

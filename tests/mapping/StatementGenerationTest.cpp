@@ -23,9 +23,8 @@ class StatementGenerationTest : public ::testing::Test {
   static void SetUpTestSuite() {
     RegisterDemoClasses();
     static std::once_flag once;
-    std::call_once(once, [] {
-      zo::DefineClass<TSoChave>("Tests", zo::Annotation("SO_CHAVE")).Key("ID");
-    });
+    std::call_once(
+        once, [] { zo::DefineClass<TSoChave>("Tests", zo::Annotation("SO_CHAVE")).Key("ID"); });
   }
   // Runs `body` on a new thread: a fresh metadata cache, whatever earlier tests did to it.
   template <class F>
@@ -38,7 +37,8 @@ TEST_F(StatementGenerationTest, InsertAndSelectTemplates) {
   const auto* cidade = GetObjectInfoDB(&TCidade::StaticType());
   EXPECT_EQ(cidade->SqlInsTpl(), "insert into CIDADES(ID,NOME,UF,COD_IBGE) values(%s)");
   EXPECT_EQ(cidade->SqlSelTpl(), "select ID,NOME,UF,COD_IBGE from CIDADES where ID = %d");
-  EXPECT_EQ(cidade->GenerateSelectCode(12), "select ID,NOME,UF,COD_IBGE from CIDADES where ID = 12");
+  EXPECT_EQ(cidade->GenerateSelectCode(12),
+            "select ID,NOME,UF,COD_IBGE from CIDADES where ID = 12");
 
   // Embedded member and text blob left out of the insert list; the bitmap inserted but never
   // selected; the key first in both.
@@ -53,8 +53,7 @@ TEST_F(StatementGenerationTest, InsertAndSelectTemplates) {
   // Binary blob in neither list; lists have no column.
   const auto* produto = GetObjectInfoDB(&TProduto::StaticType());
   EXPECT_EQ(produto->SqlSelTpl().find("IMAGEM"), std::string::npos);
-  EXPECT_EQ(GetObjectInfoDB(&TPedido::StaticType())->SqlSelTpl().find("Itens"),
-            std::string::npos);
+  EXPECT_EQ(GetObjectInfoDB(&TPedido::StaticType())->SqlSelTpl().find("Itens"), std::string::npos);
 
   const auto* soChave = GetObjectInfoDB(&TSoChave::StaticType());
   EXPECT_EQ(soChave->SqlInsTpl(), "insert into SO_CHAVE(ID) values(%s)");
@@ -69,7 +68,8 @@ TEST_F(StatementGenerationTest, SharedCacheEntryFollowsTheLastHost) {
     EXPECT_EQ(hosted, first);
     EXPECT_EQ(first->GetTableName(), "CLIENTES");
     EXPECT_EQ(first->HostKeyName(), "ID");
-    EXPECT_EQ(first->SqlInsTpl(), "insert into CLIENTES(ID,END_RUA,END_NUMERO,END_BAIRRO) values(%s)");
+    EXPECT_EQ(first->SqlInsTpl(),
+              "insert into CLIENTES(ID,END_RUA,END_NUMERO,END_BAIRRO) values(%s)");
     EXPECT_EQ(first->SqlSelTpl(),
               "select ID,END_RUA,END_NUMERO,END_BAIRRO,END_OBS from CLIENTES where ID = %d");
     GetObjectInfoDB(&TEndereco::StaticType());

@@ -1,8 +1,8 @@
 #include "tests/support/TempDir.h"
 
+#include <unistd.h>
 #include <atomic>
 #include <random>
-#include <unistd.h>
 
 namespace zo::testing {
 

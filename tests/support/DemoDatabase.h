@@ -1,0 +1,38 @@
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "platform/db/SQLConnection.h"
+#include "tests/support/TempDir.h"
+
+namespace zo::testing {
+
+// The creation script of the demo classes, as the schema generator prints it.
+std::string DemoCreationScript();
+
+// Runs every statement of `script` on the connection, each committed on its own.
+void RunScript(TSQLConnection& connection, const std::string& script);
+
+// Creates an empty database file (ISO8859_1, forced writes off) at `path`.
+void CreateEmptyDatabase(const std::string& path);
+
+// A fresh database with the demo schema, in a temporary directory removed afterwards. The
+// schema is built once per test program into a template file; each instance copies it.
+class DemoDatabase {
+ public:
+  DemoDatabase();
+  const std::string& Path() const { return path_; }
+  const TempDir& Dir() const { return dir_; }
+  // A new open connection to this database (UTF8, SYSDBA).
+  std::unique_ptr<TSQLConnection> Connect() const;
+
+ private:
+  TempDir dir_;
+  std::string path_;
+};
+
+// An open connection on a database made with CreateEmptyDatabase or DemoDatabase.
+std::unique_ptr<TSQLConnection> OpenConnection(const std::string& path);
+
+}  // namespace zo::testing
