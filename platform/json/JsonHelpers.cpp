@@ -1,0 +1,21 @@
+#include "platform/json/JsonHelpers.h"
+
+#include <nlohmann/json.hpp>
+
+#include "core/BaseDataObject.h"
+#include "platform/json/JSONMarshal.h"
+#include "platform/json/JSONUnMarshal.h"
+
+namespace zo {
+
+std::unique_ptr<TBaseDataObject> JSONToDataObject(const nlohmann::json& value) {
+  if (value.is_null()) return nullptr;
+  return TJSONUnMarshal().Unmarshal(value);
+}
+
+nlohmann::json DataObjectToJSON(const TBaseDataObject* object) {
+  if (object == nullptr) return nullptr;
+  return TJSONMarshal().Marshal(*object);
+}
+
+}  // namespace zo
