@@ -1,0 +1,18 @@
+#pragma once
+
+#include <string>
+
+namespace zo {
+
+class TZoCallback;
+
+// Wait-screen helpers: each sends one command to the client through its callback and waits
+// for the reply; a reply of JSON true means the client asked to stop, and the running
+// operation ends with the silent abort (zo::EAbort). A null callback makes each a no-op.
+void SetWaitTitle(TZoCallback* callback, const std::string& text);
+void SetWaitSubTitle(TZoCallback* callback, const std::string& text);
+void GoWaitPos(TZoCallback* callback, int position);
+// Does nothing: the wait screen counts in percent. Kept for callers that announce a count.
+void SetWaitCount(TZoCallback* callback, int count);
+
+}  // namespace zo
