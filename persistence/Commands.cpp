@@ -1,0 +1,57 @@
+// Running statements and bracketing work in transactions.
+#include "core/Exceptions.h"
+#include "persistence/PersistenceDetail.h"
+#include "persistence/ZoServerUtils.h"
+
+namespace zo {
+
+void ExecuteSqlCmd(TDBXConnection& connection, const std::string& statement) {
+  try {
+    const auto command = connection.CreateCommand();
+    command->SetText(statement);
+    command->ExecuteUpdate();  // rows a statement returns are discarded by the command
+  } catch (const std::exception& e) {
+    // The statement's start is enough to recognise it; the dots are added even when whole.
+    throw Exception(std::string(e.what()) + "\r\n" + detail::Utf8Left(statement, 256) + "...");
+  }
+}
+
+void ExecuteSqlCmd(TDBXConnection& connection, const std::vector<std::string>& statements) {
+  for (const std::string& statement : statements) ExecuteSqlCmd(connection, statement);
+}
+
+std::unique_ptr<TZoReader> GetReader(TDBXConnection& connection, const std::string& sql) {
+  auto reader = std::make_unique<TZoReader>(connection.CreateCommand());
+  try {
+    reader->Command().SetText(sql);
+    reader->SetReader(reader->Command().ExecuteQuery());
+  } catch (const std::exception& e) {
+    throw Exception("Sentença inválida: " + sql + "\r\n" + e.what());
+  }
+  return reader;
+}
+
+std::unique_ptr<TDBXTransaction> StartTransaction(TDBXConnection& connection) {
+  // The connection's transactions are read-committed.
+  return connection.BeginTransaction();
+}
+
+void CommitTransaction(TDBXConnection& connection, std::unique_ptr<TDBXTransaction>& transaction) {
+  connection.CommitFreeAndNil(transaction);
+}
+
+void RollbackTransaction(TDBXConnection& connection,
+                         std::unique_ptr<TDBXTransaction>& transaction) {
+  connection.RollbackFreeAndNil(transaction);
+}
+
+std::string IdArrayToStr(const std::vector<int32_t>& ids, char delimiter) {
+  std::string text;
+  for (size_t i = 0; i < ids.size(); ++i) {
+    if (i > 0) text += delimiter;
+    text += std::to_string(ids[i]);
+  }
+  return text;
+}
+
+}  // namespace zo

@@ -1,0 +1,116 @@
+// Writing data objects: insert with a new identifier, update of the changed properties only,
+// delete together with the rows of its lists.
+#include <fmt/printf.h>
+
+#include "core/Attributes.h"
+#include "core/Exceptions.h"
+#include "persistence/ZoServerUtils.h"
+
+namespace zo {
+namespace {
+
+bool IsHostedMember(const TRttiProperty* prop) {
+  return GetAttribSkill(prop) == TPropertySkill::psEmbedded;
+}
+
+TBaseDataObject* MemberOf(const TBaseDataObject& owner, const TRttiProperty* prop) {
+  return dynamic_cast<TBaseDataObject*>(prop->GetObject(owner));
+}
+
+// A hosted member lives in the owner's row: it takes the owner's identifier and is written as
+// an update of the member's columns there.
+void WriteHostedMember(TDBXConnection& connection, const TBaseDataObject& owner,
+                       const TRttiProperty* prop, TDataObjectClass hostClass) {
+  TBaseDataObject* member = MemberOf(owner, prop);
+  if (member == nullptr) return;
+  member->SetCodigo(owner.GetCodigo());
+  UpdateDataObject(connection, member, hostClass, true, GetAttribName(prop));
+}
+
+int32_t Insert(TDBXConnection& connection, TBaseDataObject& object, bool writeLists) {
+  TDataObjectInfoDB& info = *GetObjectInfoDB(object.ClassType());
+  if (object.GetCodigo() < 0) object.SetCodigo(Novocodigo(connection, info.GetTableName()));
+  info.Validate(object);
+  ExecuteSqlCmd(connection, info.GenerateInsertCode(object));
+  if (writeLists) {
+    const std::vector<const TRttiProperty*> lists = info.ListProperties();
+    for (const TRttiProperty* list : lists) ProcessAgregations(connection, object, list, false);
+  }
+  const std::vector<const TRttiProperty*> props = info.Properties();
+  for (const TRttiProperty* prop : props) {
+    if (GetAttribSkill(prop) == TPropertySkill::psTextBlob) {
+      // Text large objects are left out of the INSERT and appended in chunks.
+      std::vector<std::string> commands;
+      info.GenerateUpdateCode(object, {prop}, commands);
+      ExecuteSqlCmd(connection, commands);
+    } else if (IsHostedMember(prop)) {
+      WriteHostedMember(connection, object, prop, object.ClassType());
+    }
+  }
+  return object.GetCodigo();
+}
+
+void Update(TDBXConnection& connection, TBaseDataObject& object, TDataObjectClass hostClass,
+            bool writeOwnClassLists, const std::string& hostKeyName) {
+  TDataObjectInfoDB& info = *GetObjectInfoDB(object.ClassType(), hostClass, hostKeyName);
+  if (object.GetCodigo() == -1) {
+    throw Exception("O objeto ainda não foi gravado (Código -1): não há registro para atualizar");
+  }
+  const auto old =
+      GetDataObject(connection, object.GetCodigo(), object.ClassType(), hostClass, hostKeyName);
+  const auto changed = info.GetChangedProperties(&connection, old.get(), object);
+  if (!changed.empty()) {
+    std::vector<std::string> commands;
+    info.GenerateUpdateCode(object, changed, commands);
+    ExecuteSqlCmd(connection, commands);
+  }
+  const std::vector<const TRttiProperty*> props = info.Properties();
+  for (const TRttiProperty* prop : props) {
+    // Unlike the insert, only a composed member is written here.
+    if (IsComposition(prop) && prop->IsWritable() && IsHostedMember(prop)) {
+      WriteHostedMember(connection, object, prop, hostClass ? hostClass : object.ClassType());
+    }
+  }
+  const std::vector<const TRttiProperty*> lists = info.ListProperties();
+  for (const TRttiProperty* list : lists) {
+    const bool ownClass = TDataObjectInfo::GetClassOfPropertyList(list) == object.ClassType();
+    if (writeOwnClassLists || !ownClass) ProcessAgregations(connection, object, list, true);
+  }
+}
+
+}  // namespace
+
+void RaiseDataObjectError(const TBaseDataObject* object, const std::string& text) {
+  if (object == nullptr) throw Exception("Objeto nulo");
+  throw Exception(text + "\r\n" + "Tipo = " + object->ClassName() + "\r\n" +
+                  "Código: " + std::to_string(object->GetCodigo()));
+}
+
+int32_t InsertDataObject(TDBXConnection& connection, TBaseDataObject& object, bool writeLists) {
+  try {
+    return Insert(connection, object, writeLists);
+  } catch (const std::exception& e) {
+    RaiseDataObjectError(&object, std::string("Falha na inclusão do objeto\r\n") + e.what());
+  }
+}
+
+void UpdateDataObject(TDBXConnection& connection, TBaseDataObject* object,
+                      TDataObjectClass hostClass, bool writeOwnClassLists,
+                      const std::string& hostKeyName) {
+  if (object == nullptr) return;
+  try {
+    Update(connection, *object, hostClass, writeOwnClassLists, hostKeyName);
+  } catch (const std::exception& e) {
+    RaiseDataObjectError(object, std::string("Falha na atualização do objeto\r\n") + e.what());
+  }
+}
+
+void DeleteDataObject(TDBXConnection& connection, int32_t id, TDataObjectClass cls) {
+  const std::string table = GetAttributeTableName(cls);
+  CheckTableExist(connection, table);
+  const std::string key = cls->GetIdName();
+  DeleteAggregatedRows(connection, id, cls);
+  ExecuteSqlCmd(connection, fmt::sprintf("delete from %s where %s = %d", table, key, id));
+}
+
+}  // namespace zo
