@@ -1,0 +1,202 @@
+// Objects written and read back: every property kind, the NULL rules, text large objects,
+// embedded and hosted members, compositions.
+#include "core/Text.h"
+#include "tests/persistence/PersistenceTestSupport.h"
+
+namespace zo::testing {
+namespace {
+
+using demo::TCidade;
+using demo::TCliente;
+using demo::TClienteVIP;
+using demo::TEndereco;
+using demo::TPedido;
+using demo::TProduto;
+
+class ReadWriteTest : public PersistenceTest {};
+
+TEST_F(ReadWriteTest, EveryPropertyKindSurvivesARoundTrip) {
+  const int32_t cidadeId = InsertCidade("Olinda", "PE");
+  TAmostra a;
+  a.Inteiro = -5;
+  a.Grande = 5'000'000'000;
+  a.Real = 3.25;
+  a.Data = TDate::FromYMD(2024, 2, 29);
+  a.DataHora = TDateTime::FromParts(2024, 2, 29, 23, 59, 58, 125);
+  a.Hora = TTime::FromHMS(7, 8, 9, 10);
+  a.Logico = true;
+  a.Situacao = TSituacao::sVelha;
+  a.Letra = 'x';
+  a.Caractere = U'ç';
+  a.Texto = "ação";
+  a.Memo = "memória";
+  a.Ref = 99;
+  a.Cidade = Get<TCidade>(cidadeId);
+  const int32_t id = InsertDataObject(Conn(), a);
+  TMemoryStream anexo(std::string("\x00\x01\xFF bytes", 9));
+  SetBlobData(Conn(), id, "Anexo", &TAmostra::StaticType(), &anexo);
+
+  const auto b = Get<TAmostra>(id);
+  EXPECT_EQ(b->Codigo, id);
+  EXPECT_EQ(b->Inteiro, -5);
+  EXPECT_EQ(b->Grande, 5'000'000'000);
+  EXPECT_EQ(b->Real, 3.25);
+  EXPECT_EQ(b->Data, a.Data);
+  EXPECT_EQ(b->DataHora.ToIso(), "2024-02-29 23:59:58.125");
+  EXPECT_EQ(b->Hora.ToIso(), "07:08:09.010");
+  EXPECT_TRUE(b->Logico);
+  EXPECT_EQ(b->Situacao, TSituacao::sVelha);
+  EXPECT_EQ(b->Letra, 'x');
+  EXPECT_EQ(b->Caractere, U'ç');
+  EXPECT_EQ(b->Texto, "ação");
+  EXPECT_EQ(b->Memo, "memória");
+  EXPECT_EQ(b->Ref, 99);
+  ASSERT_NE(b->Cidade, nullptr);
+  EXPECT_EQ(b->Cidade->Nome, "Olinda");
+  EXPECT_EQ(b->Cidade->GetParent(), b.get()) << "a composition hangs under its owner";
+  ASSERT_NE(b->Anexo, nullptr);
+  EXPECT_EQ(dynamic_cast<TMemoryStream&>(*b->Anexo).Bytes(), anexo.Bytes());
+}
+
+TEST_F(ReadWriteTest, NullColumnsReadAsEmptyValues) {
+  ExecuteSqlCmd(Conn(), "INSERT INTO AMOSTRAS (ID) VALUES (5)");
+  // An object that already holds values: each NULL column must clear its property.
+  TAmostra a;
+  a.Inteiro = 1;
+  a.Real = 2;
+  a.Data = TDate::FromYMD(2000, 1, 1);
+  a.DataHora = TDateTime::FromParts(2000, 1, 1, 1);
+  a.Hora = TTime::FromHMS(1, 0);
+  a.Logico = true;
+  a.Texto = "x";
+  a.Memo = "y";
+  a.Ref = 4;
+  a.Cidade = std::make_unique<TCidade>();
+  a.Anexo = std::make_unique<TMemoryStream>(std::string("z"));
+  TDataObjectInfoDB& info = *GetObjectInfoDB(&TAmostra::StaticType());
+  const auto reader = GetReader(Conn(), info.GenerateSelectCode(5));
+  ASSERT_TRUE(reader->Reader().Next());
+  ReaderToObject(Conn(), reader->Reader(), info, a, true);
+
+  EXPECT_EQ(a.Ref, -1) << "a NULL reference is -1";
+  EXPECT_FALSE(a.Logico);
+  EXPECT_EQ(a.Real, 0);
+  EXPECT_TRUE(a.Data.IsZero());
+  EXPECT_TRUE(a.DataHora.IsZero());
+  EXPECT_TRUE(a.Hora.IsZero());
+  EXPECT_EQ(a.Inteiro, 0);
+  EXPECT_EQ(a.Texto, "");
+  EXPECT_EQ(a.Memo, "");
+  EXPECT_EQ(a.Cidade, nullptr);
+  EXPECT_EQ(a.Anexo, nullptr);
+}
+
+TEST_F(ReadWriteTest, TextLargeObjectsKeepLatin1Text) {
+  TProduto p;
+  p.Descricao = "Café";
+  p.FichaTecnica = "ação";
+  const auto id = InsertDataObject(Conn(), p);
+  EXPECT_EQ(Get<TProduto>(id)->FichaTecnica, "ação");
+
+  // Longer than one 16384-byte chunk, and a chunk boundary inside a two-byte character.
+  std::string longText = "x";
+  while (longText.size() < 40000) longText += "ação, é só começar. ";
+  p.FichaTecnica = longText;
+  p.Codigo = -1;
+  p.CodigoBarras = "2";
+  const auto longId = InsertDataObject(Conn(), p);
+  EXPECT_EQ(Get<TProduto>(longId)->FichaTecnica, longText);
+
+  p.FichaTecnica = "preço 10€";
+  p.Codigo = -1;
+  p.CodigoBarras = "3";
+  const auto euroId = InsertDataObject(Conn(), p);
+  EXPECT_EQ(Get<TProduto>(euroId)->FichaTecnica, "preço 10?") << "outside Latin-1: lost";
+}
+
+TEST_F(ReadWriteTest, EmbeddedMemberLivesInItsOwnersRowUnderAPrefix) {
+  const int32_t cidadeId = InsertCidade();
+  TCliente c;
+  c.Nome = "Ana";
+  c.Tipo = demo::TTipoCliente::tcPessoaJuridica;
+  c.Ativo = false;
+  c.DataCadastro = TDate::FromYMD(2023, 12, 31);
+  c.LimiteCredito = 1500.5;
+  c.Cidade = Get<TCidade>(cidadeId);
+  c.Endereco = std::make_unique<TEndereco>();
+  c.Endereco->Rua = "Rua da Aurora";
+  c.Endereco->Numero = 42;
+  c.Endereco->Obs = "perto da ponte, à esquerda";
+  c.Observacoes = "cliente antiga";
+  c.Foto = std::make_unique<TBitmap>(std::string("PNG"));
+  const int32_t id = InsertDataObject(Conn(), c);
+
+  EXPECT_EQ(
+      Scalar(fmt::format("SELECT END_RUA || '/' || END_NUMERO FROM CLIENTES WHERE ID = {}", id)),
+      "Rua da Aurora/42");
+  EXPECT_EQ(Scalar(fmt::format("SELECT FOTO FROM CLIENTES WHERE ID = {}", id)), "")
+      << "a picture is inserted as NULL";
+
+  const auto read = Get<TCliente>(id);
+  EXPECT_EQ(read->Nome, "Ana");
+  EXPECT_EQ(read->Tipo, demo::TTipoCliente::tcPessoaJuridica);
+  EXPECT_FALSE(read->Ativo);
+  EXPECT_EQ(read->DataCadastro, c.DataCadastro);
+  EXPECT_EQ(read->LimiteCredito, 1500.5);
+  EXPECT_EQ(read->Observacoes, "cliente antiga");
+  EXPECT_EQ(read->Foto, nullptr) << "pictures are never read";
+  ASSERT_NE(read->Cidade, nullptr);
+  EXPECT_EQ(read->Cidade->Codigo, cidadeId);
+  ASSERT_NE(read->Endereco, nullptr);
+  EXPECT_EQ(read->Endereco->Codigo, id) << "a hosted member has its host's identifier";
+  EXPECT_EQ(read->Endereco->Rua, "Rua da Aurora");
+  EXPECT_EQ(read->Endereco->Numero, 42);
+  EXPECT_EQ(read->Endereco->Obs, "perto da ponte, à esquerda");
+
+  // A class merged into its parent's table reads and writes there too.
+  TClienteVIP vip;
+  vip.Nome = "Bia";
+  vip.DescontoVIP = 7.5;
+  vip.Gerente = "Caio";
+  const int32_t vipId = InsertDataObject(Conn(), vip);
+  const auto readVip = Get<TClienteVIP>(vipId);
+  EXPECT_EQ(readVip->Nome, "Bia");
+  EXPECT_EQ(readVip->Gerente, "Caio");
+  EXPECT_EQ(Count("SELECT COUNT(*) FROM CLIENTES"), 2);
+}
+
+TEST_F(ReadWriteTest, CompositionsAreLoadedRecursively) {
+  const int32_t cidadeId = InsertCidade("Natal", "RN");
+  auto cliente = std::make_unique<TCliente>();
+  cliente->Nome = "Davi";
+  cliente->Cidade = Get<TCidade>(cidadeId);
+  const int32_t clienteId = InsertDataObject(Conn(), *cliente);
+  auto pedido = NewPedido(clienteId, InsertProduto("Lápis"), 0);
+  const int32_t pedidoId = InsertDataObject(Conn(), *pedido);
+
+  const auto read = Get<TPedido>(pedidoId);
+  ASSERT_NE(read->Cliente, nullptr);
+  EXPECT_EQ(read->Cliente->Nome, "Davi");
+  EXPECT_EQ(read->Cliente->GetParent(), read.get());
+  ASSERT_NE(read->Cliente->Cidade, nullptr);
+  EXPECT_EQ(read->Cliente->Cidade->Nome, "Natal");
+  EXPECT_EQ(read->Data.ToIso(), "2024-05-01 13:45:10.250");
+  EXPECT_EQ(read->DataEntrega.ToIso(), "2024-05-03");
+  EXPECT_EQ(read->HoraEntrega.ToIso(), "09:30:00.000");
+  EXPECT_EQ(read->Status, demo::TStatusPedido::spFaturado);
+  EXPECT_EQ(read->UserID, -1);
+}
+
+TEST_F(ReadWriteTest, ObjectsByConditionComeInTheDatabasesOrder) {
+  InsertCidade("Recife", "PE");
+  InsertCidade("Natal", "RN");
+  InsertCidade("Olinda", "PE");
+  const auto pe = GetDataObjectByCondition(Conn(), &TCidade::StaticType(), "UF = 'PE'");
+  ASSERT_EQ(pe.size(), 2u);
+  EXPECT_EQ(static_cast<TCidade&>(*pe[0]).Nome, "Recife");
+  EXPECT_EQ(static_cast<TCidade&>(*pe[1]).Nome, "Olinda");
+  EXPECT_EQ(GetDataObjectByCondition(Conn(), &TCidade::StaticType(), "").size(), 3u);
+}
+
+}  // namespace
+}  // namespace zo::testing
