@@ -10,6 +10,7 @@
 #include <nlohmann/json_fwd.hpp>
 
 #include "core/BaseDataObject.h"
+#include "core/Exceptions.h"
 #include "core/Streams.h"
 #include "core/User.h"
 #include "core/WaitScreen.h"
@@ -23,6 +24,16 @@ class TJSONUnMarshal;
 class TSQLConnection;
 class TZoCallback;
 class TZoCustomServerModule;
+
+// A remote call that names no method of the module, or passes parameters of the wrong kind.
+class EMethodNotFound : public Exception {
+ public:
+  using Exception::Exception;
+};
+class EInvalidParams : public Exception {
+ public:
+  using Exception::Exception;
+};
 
 enum TModuleEvent : int {
   meINSERT = 0,
@@ -93,6 +104,17 @@ class TZoCustomServerModule : public TComponent {
                          const std::string& ACondition);
   void Validate(const nlohmann::json& jObj);
 
+  // Runs the remote method `method` with JSON-RPC named parameters (the argument names above:
+  // jObj, AClassName, id, ACondition, jArray, APropertyName, AStream (base64), currentID,
+  // ATipoNext, AProperties; ProviderName for GetRecords). When the call fails, any
+  // transaction it left open is rolled back before the exception leaves.
+  nlohmann::json CallMethod(const std::string& method, const nlohmann::json& params,
+                            TZoCallback* callback);
+  // Methods an application adds to its module (they are looked up before the built-in ones).
+  using TRemoteMethod =
+      std::function<nlohmann::json(const nlohmann::json& params, TZoCallback* callback)>;
+  void RegisterMethod(const std::string& name, TRemoteMethod method);
+
   // Registries.
   void LinkDataClassToDAO(TDataObjectClass cls, TGenericDAO* dao);
   bool UnLinkDataClassFromDAO(TDataObjectClass cls, TGenericDAO* dao);
@@ -130,6 +152,8 @@ class TZoCustomServerModule : public TComponent {
 
  private:
   void Fire(TModuleEvent event);
+  nlohmann::json Dispatch(const std::string& method, const nlohmann::json& params,
+                          TZoCallback* callback);
   // The connection owned by the module, kept as a component-independent slot.
   void ReplaceConnection(std::unique_ptr<TSQLConnection> connection);
 
@@ -149,6 +173,7 @@ class TZoCustomServerModule : public TComponent {
   std::string fCustomerID;
   std::string fUsername;
   std::string fCustomerPwd;
+  std::map<std::string, TRemoteMethod> fExtraMethods;
 };
 
 // The application root: the directory relative paths ("conn.conf", "CustomersDB/...") are

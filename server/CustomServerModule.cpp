@@ -1,0 +1,462 @@
+#include "server/CustomServerModule.h"
+
+#include <filesystem>
+#include <mutex>
+#include <set>
+
+#include <fmt/printf.h>
+#include <nlohmann/json.hpp>
+
+#include "core/DebugOutput.h"
+#include "core/Exceptions.h"
+#include "core/Text.h"
+#include "dao/GenericDAO.h"
+#include "mapping/ZoReader.h"
+#include "persistence/ZoServerUtils.h"
+#include "platform/db/ConnectionParams.h"
+#include "platform/db/DBXReader.h"
+#include "platform/db/SQLConnection.h"
+#include "platform/json/JSONMarshal.h"
+#include "platform/json/JSONUnMarshal.h"
+
+namespace zo {
+namespace fs = std::filesystem;
+namespace {
+
+constexpr const char* kDefaultConfiguration = "conn.conf";
+constexpr const char* kDatabaseFileName = "ZO.FDB";
+constexpr const char* kDriverName = "FBConnection";
+
+struct RootSetting {
+  std::mutex mutex;
+  std::string root;
+};
+
+RootSetting& TheRoot() {
+  static RootSetting setting;
+  return setting;
+}
+
+std::string First400(const std::string& s) { return text::Left(s, 400); }
+
+// Runs `guarded`, swallowing whatever it raises (the destructor's steps).
+template <class F>
+void Guarded(F guarded) noexcept {
+  try {
+    guarded();
+  } catch (...) {
+  }
+}
+
+std::string ElementText(const nlohmann::json& element) {
+  return element.is_string() ? element.get<std::string>() : element.dump();
+}
+
+}  // namespace
+
+void SetApplicationRoot(const std::string& root) {
+  auto& s = TheRoot();
+  std::lock_guard lock(s.mutex);
+  s.root = root;
+}
+
+std::string ApplicationRoot() {
+  auto& s = TheRoot();
+  std::lock_guard lock(s.mutex);
+  return s.root.empty() ? fs::current_path().string() : s.root;
+}
+
+// ---- Customer directory and connection files -------------------------------------------------
+
+std::string TZoCustomServerModule::GetCustomerDir(const std::string& customerID) {
+  if (customerID.empty()) return {};
+  return (fs::path("CustomersDB") / customerID).string();
+}
+
+std::string TZoCustomServerModule::GetDBConfigurationFilename(const std::string& customerID) {
+  if (customerID.empty()) return kDefaultConfiguration;
+  const std::string path = (fs::path(GetCustomerDir(customerID)) / "conn.conf").string();
+  if (!fs::exists(path)) {
+    TConnectionParams params;
+    params.LoadFromFile(kDefaultConfiguration);
+    params.SetValue("Database",
+                    (fs::path(GetCustomerDir(customerID)) / kDatabaseFileName).string());
+    params.SaveToFile(path);
+  }
+  return path;
+}
+
+std::unique_ptr<TSQLConnection> TZoCustomServerModule::CreateConnection(
+    const std::string& customerID) {
+  auto connection = std::make_unique<TSQLConnection>();
+  connection->SetLoginPrompt(false);
+  connection->SetDriverName(kDriverName);
+  connection->LoadParamsFromFile(GetDBConfigurationFilename(customerID));
+  if (!customerID.empty()) {
+    connection->Params().SetValue(
+        "Database", (fs::path(GetCustomerDir(customerID)) / kDatabaseFileName).string());
+  }
+  return connection;
+}
+
+// ---- Lifecycle ------------------------------------------------------------------------------
+
+TZoCustomServerModule::TZoCustomServerModule(const TModuleCreateArgs& args)
+    : fFailNotifActive(args.failNotifActive),
+      fLogActive(args.logActive),
+      fTerminalKAInterval(args.terminalKAInterval),
+      fCustomerID(args.customerID),
+      fUsername(args.username),
+      fCustomerPwd(args.customerPwd) {}
+
+void TZoCustomServerModule::AfterConstruction() {
+  if (Designing()) return;
+  CreateDateSetProviders();
+  fHashClassName.clear();
+  fHashClassDAO.clear();
+  fMarshal = std::make_unique<TJSONMarshal>(std::make_unique<TJSONConverter>());
+  fUnMarshal = std::make_unique<TJSONUnMarshal>();
+  Init();
+}
+
+void TZoCustomServerModule::Init() {
+  ClearLog();
+  fHashClassName.clear();
+  fHashClassDAO.clear();
+  ReplaceConnection(CreateConnection(fCustomerID));
+  fSqlConnection->Open();
+  fGenericDAO = std::make_unique<TGenericDAO>(fSqlConnection);
+
+  auto reader = GetReader(fSqlConnection->DBXConnection(),
+                          fmt::sprintf("select ID from USUARIOS where LOGIN = '%s'", fUsername));
+  TDBXReader& rows = reader->Reader();
+  if (rows.Next() && !rows.IsNull(0)) {
+    const int32_t id = rows.GetInt32(0);
+    reader.reset();
+    fUser = StaticCastOwned<TUser>(
+        GetDataObject(fSqlConnection->DBXConnection(), id, &TUser::StaticType(), nullptr, ""));
+  } else {
+    fUser.reset();
+  }
+  fGenericDAO->SetUser(fUser.get());
+  UpdateConnection();
+  Fire(meCONNECT);
+  LinkDataClassToDAO(&TUser::StaticType(), fGenericDAO.get());
+}
+
+TZoCustomServerModule::~TZoCustomServerModule() {
+  Guarded([&] { fMarshal.reset(); });
+  Guarded([&] { fUnMarshal.reset(); });
+  Guarded([&] { fHashClassDAO.clear(); });
+  Guarded([&] {
+    if (fSqlConnection != nullptr) fSqlConnection->Close();
+  });
+  Guarded([&] {
+    fSqlConnection = nullptr;
+    fOwnedConnection.reset();
+  });
+  // The default DAO and the user go with the module; DAOs bound by others are theirs.
+}
+
+void TZoCustomServerModule::ReplaceConnection(std::unique_ptr<TSQLConnection> connection) {
+  fOwnedConnection = std::move(connection);
+  fSqlConnection = fOwnedConnection.get();
+}
+
+TSQLConnection* TZoCustomServerModule::CreateDataBaseConnection(const std::string& dataBaseName) {
+  auto connection = std::make_unique<TSQLConnection>();
+  connection->SetLoginPrompt(false);
+  connection->SetDriverName(kDriverName);
+  // Always the default file: only the database path is the customer's here.
+  connection->LoadParamsFromFile(kDefaultConfiguration);
+  connection->Params().SetValue(
+      "Database",
+      (fs::path(GetCustomerDir(fCustomerID)) / fs::path(dataBaseName).filename()).string());
+  ReplaceConnection(std::move(connection));
+  return fSqlConnection;
+}
+
+void TZoCustomServerModule::CreateDateSetProviders() {
+  const int count = ComponentCount();
+  for (int i = 0; i < count; ++i) {
+    auto* dataSet = dynamic_cast<TSQLDataSet*>(Components(i));
+    if (dataSet == nullptr) continue;
+    auto provider = std::make_unique<TDataSetProvider>();
+    provider->SetName(fmt::sprintf("dsp%s", dataSet->Name()));
+    provider->SetDataSet(dataSet);
+    AddComponent(std::move(provider));
+  }
+}
+
+void TZoCustomServerModule::UpdateConnection() {
+  for (int i = 0; i < ComponentCount(); ++i) {
+    if (auto* dataSet = dynamic_cast<TSQLDataSet*>(Components(i))) {
+      dataSet->SetSQLConnection(fSqlConnection);
+    }
+  }
+}
+
+void TZoCustomServerModule::ConnectionChanged() {
+  std::vector<TGenericDAO*> daos;
+  if (fGenericDAO) daos.push_back(fGenericDAO.get());
+  for (const auto& [cls, dao] : fHashClassDAO) {
+    if (std::find(daos.begin(), daos.end(), dao) == daos.end()) daos.push_back(dao);
+  }
+  for (TGenericDAO* dao : daos) {
+    OutputDebugString(dao->ClassName());
+    dao->SetSQLConnection(fSqlConnection);
+  }
+  UpdateConnection();
+}
+
+void TZoCustomServerModule::SetCurrentDataBase(const std::string& dataBaseName) {
+  fs::current_path(ApplicationRoot());
+  if (dataBaseName.empty()) {
+    if (fSqlConnection != nullptr) fSqlConnection->Close();
+    return;
+  }
+  fCurrentDataBase = fs::exists(dataBaseName)
+                         ? dataBaseName
+                         : (fs::path(GetCustomerDir(fCustomerID)) / kDatabaseFileName).string();
+  Guarded([&] {
+    if (fSqlConnection != nullptr) fSqlConnection->Close();
+  });
+  CreateDataBaseConnection(fCurrentDataBase);
+  try {
+    fSqlConnection->Open();
+  } catch (...) {
+    ConnectionChanged();  // no DAO may keep pointing at the connection just released
+    throw;
+  }
+  ConnectionChanged();
+}
+
+std::string TZoCustomServerModule::GetCurrentDataBase() const {
+  return fSqlConnection == nullptr ? std::string() : fSqlConnection->Params().Values("Database");
+}
+
+void TZoCustomServerModule::AddToDataBaseLog(const std::string& /*text*/, TTipoLogger /*tipo*/,
+                                             int32_t /*erro*/) {}
+
+void TZoCustomServerModule::Fire(TModuleEvent event) {
+  if (OnModuleEvent) OnModuleEvent(*this, event);
+}
+
+TDataSetProvider* TZoCustomServerModule::FindProvider(const std::string& name) const {
+  return dynamic_cast<TDataSetProvider*>(FindComponent(name));
+}
+
+// ---- Registries -----------------------------------------------------------------------------
+
+void TZoCustomServerModule::LinkDataClassToDAO(TDataObjectClass cls, TGenericDAO* dao) {
+  fHashClassName.emplace(cls->Name(), cls);
+  fHashClassDAO.emplace(cls, dao);
+}
+
+bool TZoCustomServerModule::UnLinkDataClassFromDAO(TDataObjectClass cls, TGenericDAO* /*dao*/) {
+  return fHashClassDAO.erase(cls) > 0;
+}
+
+TDataObjectClass TZoCustomServerModule::GetClass(const std::string& AClassName) const {
+  const auto it = fHashClassName.find(AClassName);
+  if (it == fHashClassName.end()) {
+    throw Exception("Classe não registrada \"" + AClassName + "\"");
+  }
+  return it->second;
+}
+
+TDataObjectClass TZoCustomServerModule::getClassOfObj(const TBaseDataObject* obj) const {
+  if (obj == nullptr) throw Exception("Método: TZoCustomServerModule.getClass. Objeto inválido");
+  return obj->ClassType();
+}
+
+TGenericDAO* TZoCustomServerModule::GetDAO(TDataObjectClass cls) const {
+  const auto it = fHashClassDAO.find(cls);
+  if (it == fHashClassDAO.end()) {
+    throw Exception(
+        fmt::sprintf("Método: TZoCustomServerModule.getDAO. Não há associação para a classe %s",
+                     cls ? cls->Name() : std::string()));
+  }
+  return it->second;
+}
+
+TGenericDAO* TZoCustomServerModule::GetDAO(const std::string& AClassName) const {
+  const auto it = fHashClassName.find(AClassName);
+  if (it != fHashClassName.end()) return GetDAO(it->second);
+  return fGenericDAO.get();
+}
+
+// ---- Serialisation --------------------------------------------------------------------------
+
+nlohmann::json TZoCustomServerModule::Serializar(const TBaseDataObject* obj) const {
+  if (obj == nullptr) return nullptr;
+  return fMarshal->Marshal(*obj);
+}
+
+nlohmann::json TZoCustomServerModule::Serializar(std::unique_ptr<TBaseDataObject> obj) const {
+  return Serializar(obj.get());  // the object goes when the call ends
+}
+
+nlohmann::json TZoCustomServerModule::SerializarArray(
+    std::vector<std::unique_ptr<TBaseDataObject>> objects) const {
+  nlohmann::json array = nlohmann::json::array();
+  for (auto& obj : objects) array.push_back(Serializar(std::move(obj)));
+  return array;
+}
+
+nlohmann::json TZoCustomServerModule::SerializeIdArray(const std::vector<int32_t>& ids) {
+  nlohmann::json array = nlohmann::json::array();
+  for (const int32_t id : ids) array.push_back(id);
+  return array;
+}
+
+std::unique_ptr<TBaseDataObject> TZoCustomServerModule::UnSerializar(
+    const nlohmann::json& json) const {
+  return fUnMarshal->Unmarshal(json);
+}
+
+std::vector<std::unique_ptr<TBaseDataObject>> TZoCustomServerModule::UnSerializarArray(
+    const nlohmann::json& jsonArray) const {
+  std::vector<std::unique_ptr<TBaseDataObject>> objects;
+  for (const auto& element : jsonArray) objects.push_back(UnSerializar(element));
+  return objects;
+}
+
+std::vector<int32_t> TZoCustomServerModule::UnSerializeIdArray(const nlohmann::json& jsonArray) {
+  std::vector<int32_t> ids;
+  if (jsonArray.is_null()) return ids;
+  for (const auto& element : jsonArray) ids.push_back(text::StrToInt(ElementText(element)));
+  return ids;
+}
+
+// ---- Remote methods -------------------------------------------------------------------------
+
+int32_t TZoCustomServerModule::Insert(const nlohmann::json& jObj, TZoCallback* Callback) {
+  const auto obj = UnSerializar(jObj);
+  TGenericDAO* dao = GetDAO(getClassOfObj(obj.get()));
+  try {
+    if (Callback != nullptr) dao->SetCallBack(Callback);
+    const int32_t id = dao->Insert(*obj);
+    Fire(meINSERT);
+    AddToDataBaseLog(
+        fmt::sprintf("Insert(%d, %s)", obj->GetCodigo(), obj->ClassType()->QualifiedName()),
+        TTipoLogger::tlInclusao, 0);
+    return id;
+  } catch (const std::exception& e) {
+    AddToDataBaseLog(fmt::sprintf("%s: %s", obj->ClassType()->QualifiedName(), First400(e.what())),
+                     TTipoLogger::tlInclusao, 1);
+    throw;
+  }
+}
+
+void TZoCustomServerModule::Update(const nlohmann::json& jObj, TZoCallback* Callback) {
+  const auto obj = UnSerializar(jObj);
+  TGenericDAO* dao = GetDAO(getClassOfObj(obj.get()));
+  try {
+    dao->SetCallBack(Callback);
+    if (Callback != nullptr) dao->Update(*obj);
+    Fire(meUPDATE);
+    AddToDataBaseLog(
+        fmt::sprintf("Update(%d, %s)", obj->GetCodigo(), obj->ClassType()->QualifiedName()),
+        TTipoLogger::tlAlteracao, 0);
+  } catch (const std::exception& e) {
+    AddToDataBaseLog(fmt::sprintf("Update(%d, %s): %s", obj->GetCodigo(),
+                                  obj->ClassType()->QualifiedName(), First400(e.what())),
+                     TTipoLogger::tlAlteracao, 1);
+    throw;
+  }
+}
+
+void TZoCustomServerModule::Delete(const std::string& AClassName, int32_t id,
+                                   TZoCallback* Callback) {
+  const TDataObjectClass cls = GetClass(AClassName);
+  TGenericDAO* dao = GetDAO(AClassName);
+  if (dao == nullptr) return;
+  try {
+    dao->SetCallBack(Callback);
+    dao->Delete(id, cls);
+    Fire(meDELETE);
+    AddToDataBaseLog(fmt::sprintf("Delete(%d, %s)", id, AClassName), TTipoLogger::tlExclusao, 0);
+  } catch (const std::exception&) {
+    // The pattern has no place for the message: the line is the success line.
+    AddToDataBaseLog(fmt::sprintf("Delete(%d, %s)", id, AClassName), TTipoLogger::tlExclusao, 1);
+    throw;
+  }
+}
+
+void TZoCustomServerModule::DeleteArray(const std::string& AClassName, const nlohmann::json& jArray,
+                                        TZoCallback* ACallBack) {
+  GetClass(AClassName);
+  TGenericDAO* dao = GetDAO(AClassName);
+  dao->SetCallBack(ACallBack);
+  std::vector<int32_t> ids;
+  if (jArray.is_array()) {
+    for (const auto& element : jArray) ids.push_back(text::StrToIntDef(ElementText(element), -1));
+  }
+  dao->DeleteArray(ids, GetClass(AClassName));
+  Fire(meDELETE);
+}
+
+nlohmann::json TZoCustomServerModule::Get(const std::string& AClassName, int32_t id) {
+  TGenericDAO* dao = GetDAO(AClassName);
+  const TDataObjectClass cls = GetClass(AClassName);
+  try {
+    if (dao->SQLConnection() != nullptr) {
+      OutputDebugString(dao->SQLConnection()->Params().Values("Database"));
+    }
+    nlohmann::json result = Serializar(dao->Get(id, cls));
+    Fire(meGET);
+    return result;
+  } catch (const std::exception& e) {
+    // A failed read answers JSON null: the client cannot tell it from a missing object.
+    AddToDataBaseLog(e.what(), TTipoLogger::tlConsulta, 567);
+    return nullptr;
+  }
+}
+
+nlohmann::json TZoCustomServerModule::GetByCondition(const std::string& AClassName,
+                                                     const std::string& ACondition) {
+  TGenericDAO* dao = GetDAO(AClassName);
+  return SerializarArray(dao->GetByCondition(GetClass(AClassName), ACondition));
+}
+
+int32_t TZoCustomServerModule::GetCount(const std::string& AClassName,
+                                        const std::string& ACondition) {
+  const auto it = fHashClassName.find(AClassName);
+  if (it == fHashClassName.end()) throw Exception("Item not found");
+  return zo::GetCount(fSqlConnection->DBXConnection(), it->second, ACondition);
+}
+
+std::unique_ptr<TMemoryStream> TZoCustomServerModule::GetBlobData(
+    const std::string& AClassName, int32_t id, const std::string& APropertyName) {
+  TGenericDAO* dao = GetDAO(AClassName);
+  return dao->GetBlobData(id, APropertyName, GetClass(AClassName));
+}
+
+void TZoCustomServerModule::SetBlobData(const std::string& AClassName, int32_t id,
+                                        const std::string& APropertyName, TStream* AStream) {
+  const TDataObjectClass cls = GetClass(AClassName);
+  TGenericDAO* dao = GetDAO(AClassName);
+  dao->SetBlobData(id, APropertyName, cls, AStream);
+}
+
+int32_t TZoCustomServerModule::GetNextID(int32_t currentID, const std::string& AClassName,
+                                         int32_t ATipoNext, const std::string& ACondition) {
+  return fGenericDAO->GetNextID(currentID, GetClass(AClassName), ATipoNext, ACondition);
+}
+
+std::string TZoCustomServerModule::GetStrList(const std::string& AClassName,
+                                              const std::string& AProperties,
+                                              const std::string& ACondition) {
+  TGenericDAO* dao = GetDAO(AClassName);
+  return dao->GetStrList(GetClass(AClassName), AProperties, ACondition);
+}
+
+void TZoCustomServerModule::Validate(const nlohmann::json& jObj) {
+  const auto obj = UnSerializar(jObj);
+  TGenericDAO* dao = GetDAO(getClassOfObj(obj.get()));
+  dao->Validate(*obj);
+  Fire(meVALIDATE);
+}
+
+}  // namespace zo

@@ -1,0 +1,143 @@
+// Calls the module's remote methods by name, with JSON-RPC named parameters.
+#include <nlohmann/json.hpp>
+
+#include "core/Exceptions.h"
+#include "platform/db/DBXConnection.h"
+#include "platform/db/SQLConnection.h"
+#include "platform/json/Base64.h"
+#include "server/CustomServerModule.h"
+
+namespace zo {
+namespace {
+
+const nlohmann::json& Param(const nlohmann::json& params, const char* name) {
+  if (!params.is_object() || !params.contains(name)) {
+    throw EInvalidParams(std::string("Parâmetro obrigatório ausente: ") + name);
+  }
+  return params.at(name);
+}
+
+std::string StringParam(const nlohmann::json& params, const char* name, bool required = true) {
+  if (!required && (!params.is_object() || !params.contains(name))) return {};
+  const auto& v = Param(params, name);
+  if (!v.is_string()) throw EInvalidParams(std::string("Parâmetro ") + name + ": esperado texto");
+  return v.get<std::string>();
+}
+
+int32_t IntParam(const nlohmann::json& params, const char* name) {
+  const auto& v = Param(params, name);
+  if (!v.is_number_integer() || v.get<int64_t>() < INT32_MIN || v.get<int64_t>() > INT32_MAX) {
+    throw EInvalidParams(std::string("Parâmetro ") + name + ": esperado número inteiro");
+  }
+  return v.get<int32_t>();
+}
+
+const nlohmann::json& ObjectParam(const nlohmann::json& params, const char* name) {
+  const auto& v = Param(params, name);
+  if (!v.is_object() && !v.is_null()) {
+    throw EInvalidParams(std::string("Parâmetro ") + name + ": esperado objeto JSON");
+  }
+  return v;
+}
+
+}  // namespace
+
+void TZoCustomServerModule::RegisterMethod(const std::string& name, TRemoteMethod method) {
+  fExtraMethods[name] = std::move(method);
+}
+
+nlohmann::json TZoCustomServerModule::CallMethod(const std::string& method,
+                                                 const nlohmann::json& params,
+                                                 TZoCallback* callback) {
+  try {
+    return Dispatch(method, params, callback);
+  } catch (...) {
+    // Whatever the failed call left open is undone before the client hears of it.
+    if (fSqlConnection != nullptr && fSqlConnection->Connected()) {
+      try {
+        fSqlConnection->DBXConnection().RollbackAll();
+      } catch (...) {
+      }
+    }
+    throw;
+  }
+}
+
+nlohmann::json TZoCustomServerModule::Dispatch(const std::string& method, const nlohmann::json& p,
+                                               TZoCallback* callback) {
+  if (const auto it = fExtraMethods.find(method); it != fExtraMethods.end()) {
+    return it->second(p, callback);
+  }
+  if (method == "Insert") return Insert(ObjectParam(p, "jObj"), callback);
+  if (method == "Update") {
+    Update(ObjectParam(p, "jObj"), callback);
+    return nullptr;
+  }
+  if (method == "Delete") {
+    Delete(StringParam(p, "AClassName"), IntParam(p, "id"), callback);
+    return nullptr;
+  }
+  if (method == "DeleteArray") {
+    const auto& ids = Param(p, "jArray");
+    if (!ids.is_array() && !ids.is_null()) throw EInvalidParams("Parâmetro jArray: esperado lista");
+    DeleteArray(StringParam(p, "AClassName"), ids, callback);
+    return nullptr;
+  }
+  if (method == "Get") return Get(StringParam(p, "AClassName"), IntParam(p, "id"));
+  if (method == "GetByCondition") {
+    return GetByCondition(StringParam(p, "AClassName"), StringParam(p, "ACondition", false));
+  }
+  if (method == "GetCount") {
+    return GetCount(StringParam(p, "AClassName"), StringParam(p, "ACondition", false));
+  }
+  if (method == "GetBlobData") {
+    const auto stream = GetBlobData(StringParam(p, "AClassName"), IntParam(p, "id"),
+                                    StringParam(p, "APropertyName"));
+    if (!stream) return nullptr;
+    return base64::Encode(stream->Bytes());
+  }
+  if (method == "SetBlobData") {
+    std::unique_ptr<TMemoryStream> stream;
+    const auto& data = Param(p, "AStream");
+    if (data.is_string()) {
+      auto bytes = base64::Decode(data.get<std::string>());
+      if (!bytes) throw EInvalidParams("Parâmetro AStream: base64 inválido");
+      stream = std::make_unique<TMemoryStream>(std::move(*bytes));
+    } else if (!data.is_null()) {
+      throw EInvalidParams("Parâmetro AStream: esperado texto base64");
+    }
+    SetBlobData(StringParam(p, "AClassName"), IntParam(p, "id"), StringParam(p, "APropertyName"),
+                stream.get());
+    return nullptr;
+  }
+  if (method == "GetNextID") {
+    return GetNextID(IntParam(p, "currentID"), StringParam(p, "AClassName"),
+                     IntParam(p, "ATipoNext"), StringParam(p, "ACondition", false));
+  }
+  if (method == "GetStrList") {
+    return GetStrList(StringParam(p, "AClassName"), StringParam(p, "AProperties"),
+                      StringParam(p, "ACondition", false));
+  }
+  if (method == "Validate") {
+    Validate(ObjectParam(p, "jObj"));
+    return nullptr;
+  }
+  if (method == "GetRecords") {
+    const std::string name = StringParam(p, "ProviderName");
+    const TDataSetProvider* provider = FindProvider(name);
+    if (provider == nullptr) throw Exception("Provedor não encontrado: " + name);
+    return provider->GetRecords();
+  }
+  if (method == "SetCurrentDataBase") {
+    SetCurrentDataBase(StringParam(p, "DataBaseName"));
+    return nullptr;
+  }
+  if (method == "GetCurrentDataBase") return GetCurrentDataBase();
+  if (method == "Release") {
+    Release();
+    return nullptr;
+  }
+  throw EMethodNotFound("Método desconhecido: " + method);
+}
+
+}  // namespace zo
