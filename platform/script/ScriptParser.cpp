@@ -1,19 +1,21 @@
 #include "platform/script/ScriptParser.h"
 
-#include "core/Exceptions.h"
+#include <optional>
+
 #include "core/Text.h"
 
 namespace zo {
 namespace {
 
 // Recognises "SET TERM <new> <old>" (the old terminator closes the command) and returns the
-// new terminator; "" when the statement is something else.
-std::string SetTermArgument(const std::string& statement) {
+// new terminator: nullopt when the statement is something else, "" when the terminator is
+// missing.
+std::optional<std::string> SetTermArgument(const std::string& statement) {
   const std::string t = text::Trim(statement);
   const std::string upper = text::UpperCase(t);
-  if (upper.rfind("SET TERM", 0) != 0 || upper.size() <= 8 ||
-      static_cast<unsigned char>(upper[8]) > ' ') {
-    return {};
+  if (upper.rfind("SET TERM", 0) != 0 ||
+      (upper.size() > 8 && static_cast<unsigned char>(upper[8]) > ' ')) {
+    return std::nullopt;
   }
   const std::string rest = text::Trim(t.substr(8));
   const auto blank = rest.find_first_of(" \t\r\n");
@@ -32,10 +34,12 @@ class Splitter {
       if (!current_.empty()) current_ += "\n";
     }
     if (state_ == State::SingleQuote || state_ == State::DoubleQuote) {
-      throw Exception("Texto entre aspas sem fim no script, a partir da linha " +
-                      std::to_string(start_));
+      throw EScriptParseError("Texto entre aspas sem fim no script", text::Trim(current_), start_);
     }
-    if (state_ == State::BlockComment) throw Exception("Comentário sem fim no script");
+    if (state_ == State::BlockComment) {
+      throw EScriptParseError("Comentário sem fim no script", text::Trim(current_),
+                              current_.empty() ? commentStart_ : start_);
+    }
     Emit();
     return std::move(statements_);
   }
@@ -67,6 +71,7 @@ class Splitter {
     }
     if (c == '/' && next == '*') {
       state_ = State::BlockComment;
+      commentStart_ = line_;
       return i + 1;
     }
     if (c == '-' && next == '-') {
@@ -95,9 +100,11 @@ class Splitter {
     std::string statement = text::Trim(current_);
     current_.clear();
     if (statement.empty()) return;
-    const std::string newTerminator = SetTermArgument(statement);
-    if (!newTerminator.empty()) {
-      terminator_ = newTerminator;
+    const std::optional<std::string> newTerminator = SetTermArgument(statement);
+    if (newTerminator) {
+      if (newTerminator->empty())
+        throw EScriptParseError("SET TERM sem terminador", statement, start_);
+      terminator_ = *newTerminator;
       return;
     }
     statements_.push_back({std::move(statement), start_});
@@ -110,6 +117,7 @@ class Splitter {
   State state_ = State::Code;
   int line_ = 0;
   int start_ = 0;
+  int commentStart_ = 0;
 };
 
 }  // namespace

@@ -1,0 +1,170 @@
+#include "platform/script/IBScript.h"
+
+#include "core/Exceptions.h"
+#include "platform/db/DatabaseError.h"
+#include "platform/script/IBDatabase.h"
+#include "platform/script/IBTransaction.h"
+
+namespace zo {
+namespace {
+
+// The server's parser rejected the text (Firebird's SQLCODE -104: "Token unknown",
+// "Unexpected end of command"...). Other errors of the statement are execution errors.
+bool IsSyntaxError(const std::string& message) {
+  return message.find("SQL error code = -104") != std::string::npos;
+}
+
+void RollbackQuietly(TIBTransaction& transaction) noexcept {
+  try {
+    if (transaction.InTransaction()) transaction.Rollback();
+  } catch (...) {
+    // The run is already failing with a better error than this one.
+  }
+}
+
+}  // namespace
+
+TIBScript::TIBScript() = default;
+TIBScript::~TIBScript() = default;
+
+std::vector<TScriptStatement> TIBScript::ValidateScript() {
+  std::vector<TScriptStatement> statements;
+  for (auto& step : Parse()) statements.push_back(std::move(step.statement));
+  return statements;
+}
+
+void TIBScript::ExecuteScript() {
+  if (fDatabase == nullptr) throw Exception("Script sem banco de dados");
+  const std::vector<Step> steps = Parse();
+  fDatabase->Open();
+  TIBTransaction& transaction = ChooseTransaction();
+  fStats = {};
+  fAutoDDL = true;
+  // SET STATS in a script lasts as long as the script, as in an isql session.
+  const bool statistics = fStatistics;
+  const auto started = std::chrono::steady_clock::now();
+  try {
+    RunSteps(steps, transaction);
+    if (transaction.InTransaction()) transaction.Commit();
+  } catch (...) {
+    RollbackQuietly(transaction);
+    fStatistics = statistics;
+    throw;
+  }
+  if (fStatistics) fStats.elapsed = std::chrono::steady_clock::now() - started;
+  fStatistics = statistics;
+}
+
+std::vector<TIBScript::Step> TIBScript::Parse() {
+  std::vector<TScriptStatement> statements;
+  try {
+    statements = SplitScript(fScript);
+  } catch (const EScriptParseError& e) {
+    ReportParseError(e.what(), e.StatementText(), e.LineIndex());
+  }
+  std::vector<Step> steps;
+  for (auto& statement : statements) {
+    TParsedStatement parsed;
+    try {
+      parsed = ParseStatement(statement);
+    } catch (const EScriptParseError& e) {
+      ReportParseError(e.what(), e.StatementText(), e.LineIndex());
+    }
+    // The attachment's dialect is fixed when it is made: a script cannot switch it.
+    const int dialect = fDatabase != nullptr ? fDatabase->SQLDialect() : 3;
+    if (parsed.setting == TScriptSetting::SqlDialect &&
+        parsed.argument != std::to_string(dialect)) {
+      ReportParseError("Dialeto SQL " + parsed.argument + " difere do banco de dados (" +
+                           std::to_string(dialect) + ")",
+                       statement.text, statement.lineIndex);
+    }
+    steps.push_back({std::move(statement), parsed});
+  }
+  return steps;
+}
+
+void TIBScript::ReportParseError(const std::string& error, const std::string& sqlText,
+                                 int lineIndex) {
+  if (fOnParseError) fOnParseError(this, error, sqlText, lineIndex);
+  throw EScriptParseError(error, sqlText, lineIndex);
+}
+
+TIBTransaction& TIBScript::ChooseTransaction() {
+  if (fTransaction != nullptr) return *fTransaction;
+  if (fDatabase->DefaultTransaction() != nullptr) return *fDatabase->DefaultTransaction();
+  if (!fOwnTransaction) fOwnTransaction = std::make_unique<TIBTransaction>();
+  fOwnTransaction->SetDefaultDatabase(fDatabase);
+  return *fOwnTransaction;
+}
+
+void TIBScript::RunSteps(const std::vector<Step>& steps, TIBTransaction& transaction) {
+  const int count = static_cast<int>(steps.size());
+  for (int i = 0; i < count; ++i) {
+    if (fOnStatement) fOnStatement(this, i, count, steps[i].statement);
+    if (fOnParse) fOnParse(this, steps[i].parsed.kind, steps[i].statement.text);
+    RunStep(steps[i], transaction);
+  }
+}
+
+void TIBScript::RunStep(const Step& step, TIBTransaction& transaction) {
+  bool ran = true;
+  switch (step.parsed.kind) {
+    case TIBParseKind::stmtSET:
+      ApplySetting(step.parsed);
+      break;
+    case TIBParseKind::stmtCOMMIT:
+      if (transaction.InTransaction()) transaction.Commit();
+      break;
+    case TIBParseKind::stmtROLLBACK:
+      if (transaction.InTransaction()) transaction.Rollback();
+      break;
+    case TIBParseKind::stmtDDL:
+    case TIBParseKind::stmtDML:
+      ran = RunStatement(step, transaction);
+      break;
+  }
+  if (fStatistics) ++(ran ? fStats.executed : fStats.ignored);
+}
+
+bool TIBScript::RunStatement(const Step& step, TIBTransaction& transaction) {
+  if (!transaction.InTransaction()) transaction.StartTransaction();
+  bool executed = false;
+  try {
+    auto command = fDatabase->Connection().DBXConnection().CreateCommand();
+    command->SetText(step.statement.text);
+    command->ExecuteUpdate();
+    executed = true;
+    if (step.parsed.kind == TIBParseKind::stmtDDL && fAutoDDL) transaction.Commit();
+    return true;
+  } catch (const Exception& e) {
+    const std::string error = e.what();
+    if (!executed && dynamic_cast<const EDatabaseError*>(&e) != nullptr && IsSyntaxError(error)) {
+      ReportParseError(error, step.statement.text, step.statement.lineIndex);
+    }
+    bool ignore = false;
+    if (fOnError) fOnError(this, error, step.statement.text, step.statement.lineIndex, ignore);
+    if (!ignore) throw;
+    // A failed statement is undone by the server; a failed commit leaves its work pending in
+    // the transaction, so that goes too.
+    if (executed) RollbackQuietly(transaction);
+    return false;
+  }
+}
+
+void TIBScript::ApplySetting(const TParsedStatement& parsed) {
+  switch (parsed.setting) {
+    case TScriptSetting::AutoDDL:
+      fAutoDDL = parsed.argument == "ON";
+      break;
+    case TScriptSetting::Stats:
+      fStatistics = parsed.argument == "ON";
+      break;
+    case TScriptSetting::SqlDialect:  // checked against the database before the run
+    case TScriptSetting::Names:       // the attachment always talks UTF-8
+    case TScriptSetting::Display:
+    case TScriptSetting::None:
+      break;
+  }
+}
+
+}  // namespace zo

@@ -1,0 +1,58 @@
+#include "tests/script/ScriptTestSupport.h"
+
+#include <fstream>
+#include <sstream>
+
+#include "core/Text.h"
+#include "platform/db/DBXCommand.h"
+
+namespace zo::testing {
+
+InTempDirTest::InTempDirTest() : previous_(std::filesystem::current_path()) {
+  std::filesystem::current_path(dir_.Path());
+}
+
+InTempDirTest::~InTempDirTest() { std::filesystem::current_path(previous_); }
+
+std::vector<std::string> ReadLines(const std::string& path) {
+  std::ifstream in(path);
+  std::vector<std::string> lines;
+  for (std::string line; std::getline(in, line);) lines.push_back(line);
+  return lines;
+}
+
+void WriteFile(const std::string& path, const std::string& content) {
+  std::ofstream(path, std::ios::binary) << content;
+}
+
+std::vector<std::string> ToLines(const std::string& script) {
+  std::vector<std::string> lines = text::Split(script, '\n');
+  for (auto& line : lines) {
+    if (!line.empty() && line.back() == '\r') line.pop_back();
+  }
+  return lines;
+}
+
+std::string QueryString(TSQLConnection& connection, const std::string& sql) {
+  auto command = connection.DBXConnection().CreateCommand();
+  command->SetText(sql);
+  auto reader = command->ExecuteQuery();
+  return reader->Next() ? reader->GetString(0) : std::string("<no row>");
+}
+
+int QueryInt(TSQLConnection& connection, const std::string& sql) {
+  return text::StrToInt(QueryString(connection, sql));
+}
+
+void Run(TSQLConnection& connection, const std::string& sql) {
+  auto command = connection.DBXConnection().CreateCommand();
+  command->SetText(sql);
+  command->ExecuteUpdate();
+}
+
+int UserTableCount(TSQLConnection& connection) {
+  return QueryInt(connection,
+                  "select count(*) from RDB$RELATIONS where coalesce(RDB$SYSTEM_FLAG, 0) = 0");
+}
+
+}  // namespace zo::testing

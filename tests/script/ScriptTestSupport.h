@@ -1,0 +1,42 @@
+#pragma once
+
+#include <filesystem>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "platform/db/SQLConnection.h"
+#include "tests/support/TempDir.h"
+
+namespace zo::testing {
+
+// A test run inside a fresh temporary directory (the runner's log and conn.conf live in the
+// current directory); the previous current directory is restored afterwards.
+class InTempDirTest : public ::testing::Test {
+ protected:
+  InTempDirTest();
+  ~InTempDirTest() override;
+
+  const TempDir& Dir() const { return dir_; }
+
+ private:
+  TempDir dir_;
+  std::filesystem::path previous_;
+};
+
+// Lines of a text file ("" when it is missing).
+std::vector<std::string> ReadLines(const std::string& path);
+void WriteFile(const std::string& path, const std::string& content);
+// The script's text as lines, as a script component holds them.
+std::vector<std::string> ToLines(const std::string& script);
+
+// Single values and row counts through the SQL layer.
+std::string QueryString(TSQLConnection& connection, const std::string& sql);
+int QueryInt(TSQLConnection& connection, const std::string& sql);
+void Run(TSQLConnection& connection, const std::string& sql);
+// Tables made by users (not Firebird's own).
+int UserTableCount(TSQLConnection& connection);
+
+}  // namespace zo::testing
