@@ -1,0 +1,186 @@
+#include "apps/zo-server/AppServer.h"
+
+#include <unistd.h>
+
+#include <chrono>
+#include <ctime>
+#include <filesystem>
+#include <iostream>
+#include <mutex>
+#include <optional>
+#include <string>
+
+#include "apps/zo-server/ModuleSession.h"
+#include "core/DebugOutput.h"
+#include "core/Exceptions.h"
+#include "core/Text.h"
+#include "platform/rpc/RpcServer.h"
+#include "server/CustomServerModule.h"
+
+namespace zo::app {
+namespace {
+namespace fs = std::filesystem;
+
+struct Options {
+  std::string bind = "127.0.0.1";
+  int port = 7070;
+  std::string root;
+  int idleTimeoutSeconds = 1800;
+  int workers = 8;
+  int callbackTimeoutSeconds = 300;
+  std::size_t maxMessageBytes = 16 * 1024 * 1024;
+  rpc::LogLevel logLevel = rpc::LogLevel::kInfo;
+};
+
+void PrintHelp(const std::string& program, const TServerApplication& app) {
+  std::cout << "Usage: " << program << " [options]\n"
+            << "Serves the application \"" << app.name
+            << "\" to remote clients over WebSocket (ws://HOST:PORT/zo)\n"
+               "and HTTP (POST http://HOST:PORT/zo/rpc), JSON-RPC 2.0.\n\n"
+               "Options:\n"
+               "  --port N              TCP port (default 7070; 0 picks a free one)\n"
+               "  --bind ADDRESS        address to listen on (default 127.0.0.1)\n"
+               "  --root DIR            application root holding conn.conf and CustomersDB/\n"
+               "                        (default: the directory of the executable)\n"
+               "  --idle-timeout SECS   HTTP sessions expire after this idle time (default 1800)\n"
+               "  --workers N           threads running calls (default 8)\n"
+               "  --callback-timeout S  a client that does not answer a progress message in\n"
+               "                        S seconds cancels its call (default 300)\n"
+               "  --max-message BYTES   largest accepted message (default 16 MiB)\n"
+               "  --log-level LEVEL     off, error, info or debug (default info)\n"
+               "  --help                this text\n";
+}
+
+int ParseInt(const std::string& option, const std::string& value, int min, int max) {
+  const int n = text::StrToIntDef(value, min - 1);
+  if (n < min || n > max) {
+    throw Exception("Valor inválido para " + option + ": \"" + value + "\"");
+  }
+  return n;
+}
+
+rpc::LogLevel ParseLevel(const std::string& value) {
+  if (value == "off") return rpc::LogLevel::kOff;
+  if (value == "error") return rpc::LogLevel::kError;
+  if (value == "info") return rpc::LogLevel::kInfo;
+  if (value == "debug") return rpc::LogLevel::kDebug;
+  throw Exception("Valor inválido para --log-level: \"" + value + "\" (off, error, info, debug)");
+}
+
+// Returns nullopt when --help was asked for.
+std::optional<Options> Parse(int argc, char** argv) {
+  Options o;
+  for (int i = 1; i < argc; ++i) {
+    const std::string arg = argv[i];
+    if (arg == "--help" || arg == "-h") return std::nullopt;
+    if (i + 1 >= argc) throw Exception("Opção desconhecida ou sem valor: " + arg);
+    const std::string value = argv[++i];
+    if (arg == "--port") {
+      o.port = ParseInt(arg, value, 0, 65535);
+    } else if (arg == "--bind") {
+      o.bind = value;
+    } else if (arg == "--root") {
+      o.root = value;
+    } else if (arg == "--idle-timeout") {
+      o.idleTimeoutSeconds = ParseInt(arg, value, 1, 7 * 24 * 3600);
+    } else if (arg == "--workers") {
+      o.workers = ParseInt(arg, value, 1, 256);
+    } else if (arg == "--callback-timeout") {
+      o.callbackTimeoutSeconds = ParseInt(arg, value, 1, 24 * 3600);
+    } else if (arg == "--max-message") {
+      o.maxMessageBytes = static_cast<std::size_t>(ParseInt(arg, value, 1024, 1 << 30));
+    } else if (arg == "--log-level") {
+      o.logLevel = ParseLevel(value);
+    } else {
+      throw Exception("Opção desconhecida: " + arg);
+    }
+  }
+  return o;
+}
+
+std::string ExecutableDir() {
+  std::error_code ec;
+  const auto self = fs::read_symlink("/proc/self/exe", ec);
+  return ec ? fs::current_path().string() : self.parent_path().string();
+}
+
+std::string Timestamp() {
+  const auto now = std::chrono::system_clock::now();
+  const std::time_t t = std::chrono::system_clock::to_time_t(now);
+  std::tm local{};
+  localtime_r(&t, &local);
+  char buf[32];
+  std::strftime(buf, sizeof buf, "%Y-%m-%d %H:%M:%S", &local);
+  return buf;
+}
+
+rpc::LogSink MakeLogSink() {
+  auto mutex = std::make_shared<std::mutex>();
+  return [mutex](const std::string& line) {
+    std::lock_guard lock(*mutex);
+    std::cerr << Timestamp() << " " << line << std::endl;
+  };
+}
+
+void EnterRoot(const Options& options) {
+  const fs::path root = fs::absolute(options.root.empty() ? ExecutableDir() : options.root);
+  if (!fs::is_directory(root)) throw Exception("Diretório raiz inexistente: " + root.string());
+  fs::current_path(root);
+  SetApplicationRoot(root.string());
+  if (!fs::exists("conn.conf")) {
+    throw Exception("Falta o arquivo conn.conf no diretório raiz " + root.string() +
+                    " (crie os clientes com zo-schema customer add)");
+  }
+}
+
+}  // namespace
+
+int RunAppServer(int argc, char** argv, const TServerApplication& app) {
+  std::optional<Options> options;
+  try {
+    options = Parse(argc, argv);
+  } catch (const std::exception& e) {
+    std::cerr << e.what() << "\n(" << argv[0] << " --help lists the options)\n";
+    return 1;
+  }
+  if (!options) {
+    PrintHelp(argv[0], app);
+    return 0;
+  }
+  try {
+    EnterRoot(*options);
+    if (app.registerClasses) app.registerClasses();
+    const rpc::LogSink log = MakeLogSink();
+    if (options->logLevel == rpc::LogLevel::kDebug) {
+      SetDebugOutput([log](const std::string& text) { log("debug: " + text); });
+    }
+    auto authenticator = app.makeAuthenticator ? app.makeAuthenticator()
+                                               : std::make_unique<TUserTableAuthenticator>();
+    auto factory =
+        std::make_shared<TModuleSessionFactory>(app.moduleClass, std::move(authenticator));
+
+    rpc::RpcServerOptions rpcOptions;
+    rpcOptions.address = options->bind;
+    rpcOptions.port = static_cast<std::uint16_t>(options->port);
+    rpcOptions.workers = static_cast<unsigned>(options->workers);
+    rpcOptions.httpSessionIdle = std::chrono::seconds(options->idleTimeoutSeconds);
+    rpcOptions.callbackTimeout = std::chrono::seconds(options->callbackTimeoutSeconds);
+    rpcOptions.maxMessageSize = options->maxMessageBytes;
+    rpcOptions.logLevel = options->logLevel;
+    rpcOptions.logSink = log;
+    rpc::RpcServer server(factory, rpcOptions);
+    server.Start();
+    std::cout << app.name << " listening on ws://" << options->bind << ":" << server.Port()
+              << "/zo and http://" << options->bind << ":" << server.Port() << "/zo/rpc\n"
+              << "application root: " << ApplicationRoot() << "\n"
+              << "Ctrl-C stops the server." << std::endl;
+    rpc::RunUntilTerminated(server);
+    std::cout << "stopped" << std::endl;
+    return 0;
+  } catch (const std::exception& e) {
+    std::cerr << "zo-server: " << e.what() << std::endl;
+    return 2;
+  }
+}
+
+}  // namespace zo::app

@@ -1,0 +1,69 @@
+#include "apps/zo-server/ModuleSession.h"
+
+#include <filesystem>
+
+#include <nlohmann/json.hpp>
+
+#include "core/Exceptions.h"
+#include "server/UserPasswords.h"
+
+namespace zo::app {
+namespace {
+
+std::string TextParam(const nlohmann::json& params, const char* name) {
+  if (!params.is_object() || !params.contains(name) || !params.at(name).is_string()) {
+    throw rpc::InvalidParams(std::string("Parâmetro obrigatório ausente: ") + name);
+  }
+  return params.at(name).get<std::string>();
+}
+
+}  // namespace
+
+TModuleSession::TModuleSession(std::unique_ptr<TZoCustomServerModule> module, std::string customer,
+                               std::string user)
+    : module_(std::move(module)), customer_(std::move(customer)), user_(std::move(user)) {}
+
+nlohmann::json TModuleSession::Call(const std::string& method, const nlohmann::json& params,
+                                    TZoCallback* callback) {
+  try {
+    return module_->CallMethod(method, params, callback);
+  } catch (const EMethodNotFound& e) {
+    throw rpc::MethodNotFound(e.what());
+  } catch (const EInvalidParams& e) {
+    throw rpc::InvalidParams(e.what());
+  }
+}
+
+TModuleSessionFactory::TModuleSessionFactory(TModuleClass moduleClass,
+                                             std::unique_ptr<IAuthenticator> authenticator)
+    : authenticator_(std::move(authenticator)) {
+  serverClass_.SetModuleClass(std::move(moduleClass));
+}
+
+std::unique_ptr<rpc::IRpcSession> TModuleSessionFactory::Connect(const nlohmann::json& params,
+                                                                 const rpc::ClientInfo& client) {
+  const std::string customer = TextParam(params, "customer");
+  const std::string user = TextParam(params, "user");
+  const std::string password = TextParam(params, "password");
+  if (!IsValidCustomerId(customer)) throw Exception("Identificador de cliente inválido");
+  if (!IsValidLogin(user)) throw Exception("Usuário ou senha inválidos");
+  const auto customerDir = TZoCustomServerModule::GetCustomerDir(customer);
+  if (!std::filesystem::is_directory(customerDir)) {
+    throw Exception("Cliente desconhecido: " + customer);
+  }
+  if (!authenticator_->Authenticate(customer, user, password)) {
+    throw Exception("Usuário ou senha inválidos");
+  }
+  TModuleCreateArgs args;
+  args.username = user;
+  args.customerID = customer;
+  auto module = serverClass_.CreateModule(args);
+  TCreateInstanceEventObject event;
+  event.connectionData["userid"] = user;
+  event.connectionData["peer"] = client.peer;
+  event.serverClassInstance = module.get();
+  serverClass_.CreateInstance(event);
+  return std::make_unique<TModuleSession>(std::move(module), customer, user);
+}
+
+}  // namespace zo::app

@@ -1,0 +1,42 @@
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "apps/zo-server/Authenticator.h"
+#include "platform/rpc/RpcSession.h"
+#include "server/ZoServer.h"
+
+namespace zo::app {
+
+// One client's server module behind the remote-method transport.
+class TModuleSession : public rpc::IRpcSession {
+ public:
+  TModuleSession(std::unique_ptr<TZoCustomServerModule> module, std::string customer,
+                 std::string user);
+  nlohmann::json Call(const std::string& method, const nlohmann::json& params,
+                      TZoCallback* callback) override;
+  std::string Customer() const override { return customer_; }
+  std::string User() const override { return user_; }
+
+ private:
+  std::unique_ptr<TZoCustomServerModule> module_;
+  std::string customer_;
+  std::string user_;
+};
+
+// Turns a "connect" into a module: checks the untrusted identifiers (so that no customer id
+// escapes CustomersDB and no login can alter the user look-up), that the customer exists,
+// and the password, then asks the server class for the module.
+class TModuleSessionFactory : public rpc::IRpcSessionFactory {
+ public:
+  TModuleSessionFactory(TModuleClass moduleClass, std::unique_ptr<IAuthenticator> authenticator);
+  std::unique_ptr<rpc::IRpcSession> Connect(const nlohmann::json& params,
+                                            const rpc::ClientInfo& client) override;
+
+ private:
+  TZoServerClass serverClass_;
+  std::unique_ptr<IAuthenticator> authenticator_;
+};
+
+}  // namespace zo::app
