@@ -1,0 +1,250 @@
+// The comparison of two hand-built models into a migration script.
+#include <gtest/gtest.h>
+
+#include "core/Exceptions.h"
+#include "examples/demo/DemoClasses.h"
+#include "mapping/ServerClasses.h"
+#include "schema/DBManager.h"
+#include "tests/dbstruct/StructBuilders.h"
+
+namespace zo {
+namespace {
+
+using namespace zo::testing;  // NOLINT(google-build-using-namespace)
+using Lines = std::vector<std::string>;
+
+constexpr const char* kVarchar60 = "VARCHAR(60)  CHARACTER SET ISO8859_1";
+
+// A normal table of `module` made from class `cls`, with key ID.
+TTableStruct& Table(TModuleStruct& module, std::string_view name, std::string cls) {
+  TTableStruct& table = module.AddNormalTable(MakeTable(name, "ID"));
+  table.SetSourceClass(std::move(cls));
+  return table;
+}
+
+TTableStruct& Extension(TModuleStruct& module, std::string_view name, std::string cls) {
+  TTableStruct& table = module.AddExtendedTable(MakeTable(name, "ID"));
+  table.SetSourceClass(std::move(cls));
+  table.SetIsExtendedTable(true);
+  return table;
+}
+
+class DBManagerTest : public ::testing::Test {
+ protected:
+  // The script's lines (every line of it ends in "\r\n").
+  Lines Script() {
+    manager.SetCurrentStruct(&current);
+    manager.SetNewStruct(&wanted);
+    const std::string script = manager.MakeScript();
+    Lines lines;
+    for (size_t start = 0; start < script.size();) {
+      const size_t end = script.find("\r\n", start);
+      if (end == std::string::npos) {
+        ADD_FAILURE() << "unterminated line: " << script.substr(start);
+        break;
+      }
+      lines.push_back(script.substr(start, end - start));
+      start = end + 2;
+    }
+    return lines;
+  }
+
+  TModuleStruct current;  // the database
+  TModuleStruct wanted;   // the classes
+  TDataBaseManager manager;
+};
+
+TEST_F(DBManagerTest, TheDemoClassesAgainstThemselvesGiveAnEmptyScript) {
+  demo::RegisterDemoClasses();
+  const auto a =
+      TDataObjectInfoDB::GenerateDataBaseStruct(HInstance, "DEMO", demo::DemoTableClasses());
+  const auto b =
+      TDataObjectInfoDB::GenerateDataBaseStruct(HInstance, "DEMO", demo::DemoTableClasses());
+  manager.SetCurrentStruct(a.get());
+  manager.SetNewStruct(b.get());
+  EXPECT_EQ(manager.MakeScript(), "");
+}
+
+TEST_F(DBManagerTest, NewTablesComeFirstInFourPasses) {
+  Table(current, "A", "TA");
+  TTableStruct& b = Table(wanted, "B", "TB");
+  AddForeignKey(b, "FK_B", "A_ID", "A", "ID");
+  Table(wanted, "A", "TA");
+  Table(wanted, "C", "TC");
+  AddColumn(b, "A_ID", TDBRType::dbsInteger);
+  // Tables of the classes already present in the database are left to the comparison.
+  EXPECT_EQ(Script(),
+            (Lines{"CREATE TABLE B (", "   A_ID INTEGER,", "   ID INTEGER NOT NULL", ");", "",
+                   "CREATE TABLE C (", "   ID INTEGER NOT NULL", ");", "",
+                   "ALTER TABLE B ADD CONSTRAINT PK_B PRIMARY KEY (ID);",
+                   "ALTER TABLE C ADD CONSTRAINT PK_C PRIMARY KEY (ID);",
+                   "ALTER TABLE B ADD CONSTRAINT FK_B FOREIGN KEY (A_ID) REFERENCES A (ID);",
+                   "CREATE SEQUENCE GEN_B; ALTER SEQUENCE GEN_B RESTART WITH 0;",
+                   "CREATE SEQUENCE GEN_C; ALTER SEQUENCE GEN_C RESTART WITH 0;"}));
+}
+
+TEST_F(DBManagerTest, ColumnTypeChanges) {
+  TTableStruct& now = Table(current, "T", "TT");
+  TTableStruct& later = Table(wanted, "T", "TT");
+  const auto both = [&](std::string_view name, TDBRType before, int32_t sizeBefore, TDBRType after,
+                        int32_t sizeAfter) {
+    AddColumn(now, name, before, sizeBefore);
+    AddColumn(later, name, after, sizeAfter);
+  };
+  both("GROWN", TDBRType::dbsString, 40, TDBRType::dbsString, 60);
+  both("SHRUNK", TDBRType::dbsString, 60, TDBRType::dbsString, 40);
+  both("SAME", TDBRType::dbsString, 60, TDBRType::dbsString, 60);
+  both("TO_DATE", TDBRType::dbsInteger, 0, TDBRType::dbsDate, 0);
+  both("TO_TEXT", TDBRType::dbsChar, 0, TDBRType::dbsString, 60);
+  both("SIZED_INT", TDBRType::dbsInteger, 4, TDBRType::dbsInteger, 8);  // size counts for strings
+  // Nullability is not compared.
+  AddColumn(now, "NOW_REQUIRED", TDBRType::dbsFloat, 0, true);
+  AddColumn(later, "NOW_REQUIRED", TDBRType::dbsFloat, 0, false);
+  EXPECT_EQ(Script(), (Lines{"ALTER TABLE T ALTER GROWN TYPE " + std::string(kVarchar60) + ";",
+                             "ALTER TABLE T ALTER TO_DATE TYPE DATE;",
+                             "ALTER TABLE T ALTER TO_TEXT TYPE " + std::string(kVarchar60) + ";"}));
+}
+
+// Tables pair by class even when the database's table has another name: additions name the
+// classes' table, and so do drops of columns.
+TEST_F(DBManagerTest, ColumnsAddedAndDroppedOnTheClassesTable) {
+  TTableStruct& now = Table(current, "OLD_NAME", "tcliente");
+  AddColumn(now, "nome", TDBRType::dbsString, 60);
+  AddColumn(now, "GONE", TDBRType::dbsInteger);
+  TTableStruct& later = Table(wanted, "CLIENTES", "TCliente");
+  AddColumn(later, "NOME", TDBRType::dbsString, 60);
+  AddColumn(later, "NOVO", TDBRType::dbsString, 60, true);
+  EXPECT_EQ(Script(),
+            (Lines{"ALTER TABLE CLIENTES ADD NOVO " + std::string(kVarchar60) + " NOT NULL;",
+                   "ALTER TABLE CLIENTES DROP GONE;"}));
+}
+
+TEST_F(DBManagerTest, ForeignKeys) {
+  Table(current, "R", "TR");
+  Table(wanted, "R", "TR");
+  TTableStruct& now = Table(current, "T", "TT");
+  TTableStruct& later = Table(wanted, "T", "TT");
+  for (TTableStruct* t : {&now, &later}) {
+    AddColumn(*t, "R_ID", TDBRType::dbsInteger);
+    AddColumn(*t, "S_ID", TDBRType::dbsInteger);
+  }
+  // Same column and target under another name: the old name goes, the new one comes.
+  AddForeignKey(now, "FK_OLD", "R_ID", "R", "ID");
+  AddForeignKey(later, "FK_NEW", "R_ID", "R", "ID");
+  // Present under the new name and also under an old one: only the old one goes.
+  AddForeignKey(now, "FK_S", "S_ID", "R", "ID");
+  AddForeignKey(now, "FK_S_OLD", "S_ID", "R", "ID");
+  AddForeignKey(later, "FK_S", "S_ID", "R", "ID");
+  // A key of the database that the classes lack is left alone.
+  AddForeignKey(now, "FK_EXTRA", "S_ID", "T", "ID");
+  EXPECT_EQ(Script(),
+            (Lines{"ALTER TABLE T DROP CONSTRAINT FK_OLD;",
+                   "ALTER TABLE T ADD CONSTRAINT FK_NEW FOREIGN KEY (R_ID) REFERENCES R (ID);",
+                   "ALTER TABLE T DROP CONSTRAINT FK_S_OLD;"}));
+}
+
+TEST_F(DBManagerTest, VanishedTablesAreDroppedAfterTheColumnDrops) {
+  TTableStruct& gone = Table(current, "GONE", "TGone");
+  AddForeignKey(gone, "FK_GONE_A", "A_ID", "A", "ID");
+  AddForeignKey(gone, "FK_GONE_B", "B_ID", "B", "ID");
+  TTableStruct& nameless = Table(current, "NAMELESS", "TNameless");
+  nameless.PrimaryKey()->setName("");
+  AddColumn(Table(current, "KEPT", "TKept"), "OLD", TDBRType::dbsInteger);
+  Table(wanted, "KEPT", "TKept");
+  EXPECT_EQ(Script(),
+            (Lines{"ALTER TABLE KEPT DROP OLD;", "ALTER TABLE GONE DROP CONSTRAINT PK_GONE;",
+                   "ALTER TABLE GONE DROP CONSTRAINT FK_GONE_A;",
+                   "ALTER TABLE GONE DROP CONSTRAINT FK_GONE_B;", "DROP TABLE GONE;",
+                   "ALTER TABLE NAMELESS DROP CONSTRAINT ;", "DROP TABLE NAMELESS;"}));
+}
+
+TEST_F(DBManagerTest, ExtendedTablesKnownToTheDatabase) {
+  Table(current, "T", "TT");
+  Table(wanted, "T", "TT");
+  TTableStruct& now = Extension(current, "T", "TX");
+  AddColumn(now, "LONG", TDBRType::dbsString, 60);
+  AddColumn(now, "GONE", TDBRType::dbsInteger);
+  AddForeignKey(now, "FK_X_OLD", "R_ID", "R", "ID");
+  TTableStruct& later = Extension(wanted, "T", "TX");
+  AddColumn(later, "LONG", TDBRType::dbsString, 80);
+  AddColumn(later, "NEW", TDBRType::dbsDate);
+  AddForeignKey(later, "FK_X", "R_ID", "R", "ID");  // no duplicate check here
+  // An extended table the classes no longer have is kept.
+  Extension(current, "T", "TGoneToo");
+  EXPECT_EQ(Script(),
+            (Lines{"ALTER TABLE T ALTER LONG TYPE VARCHAR(80)  CHARACTER SET ISO8859_1;",
+                   "ALTER TABLE T ADD NEW DATE;",
+                   "ALTER TABLE T ADD CONSTRAINT FK_X FOREIGN KEY (R_ID) REFERENCES R (ID);",
+                   "ALTER TABLE T DROP GONE;"}));
+}
+
+// An extension the database does not know: its columns are added unless another class of the
+// same table has them, and its keys are looked up in the last table the column search reached.
+class UnknownExtensionTest : public DBManagerTest {
+ protected:
+  void SetUp() override {
+    for (TModuleStruct* model : {&current, &wanted}) {
+      AddColumn(Table(*model, "T", "TT"), "A", TDBRType::dbsInteger);
+    }
+  }
+  TTableStruct& Extension(std::string_view cls) {
+    TTableStruct& table = wanted.AddExtendedTable(MakeTable("T"));
+    table.SetSourceClass(std::string(cls));
+    table.SetIsExtendedTable(true);
+    return table;
+  }
+};
+
+TEST_F(UnknownExtensionTest, SearchEndingOnTheExtensionItselfFindsItsKeys) {
+  TTableStruct& x = Extension("TX");
+  AddColumn(x, "A", TDBRType::dbsInteger);
+  AddColumn(x, "B", TDBRType::dbsInteger);
+  AddForeignKey(x, "FK_X", "B", "R", "ID");
+  EXPECT_EQ(Script(), Lines{"ALTER TABLE T ADD B INTEGER;"});
+}
+
+TEST_F(UnknownExtensionTest, SearchEndingOnAnotherTableWritesTheKeys) {
+  TTableStruct& x = Extension("TX");
+  AddColumn(x, "B", TDBRType::dbsInteger);
+  AddColumn(x, "A", TDBRType::dbsInteger);  // found in the host: the search ends there
+  AddForeignKey(x, "FK_X", "B", "R", "ID");
+  // A second extension comes last among the tables named T: B's search ends on it.
+  TTableStruct& y = Extension("TY");
+  AddColumn(y, "C", TDBRType::dbsInteger);
+  AddForeignKey(y, "FK_Y", "C", "R", "ID");
+  EXPECT_EQ(Script(), (Lines{"ALTER TABLE T ADD B INTEGER;",
+                             "ALTER TABLE T ADD CONSTRAINT FK_X FOREIGN KEY (B) REFERENCES R (ID);",
+                             "ALTER TABLE T ADD C INTEGER;"}));
+}
+
+TEST_F(UnknownExtensionTest, WithoutColumnsEveryKeyIsWritten) {
+  AddForeignKey(Extension("TX"), "FK_X", "A", "R", "ID");
+  EXPECT_EQ(Script(),
+            Lines{"ALTER TABLE T ADD CONSTRAINT FK_X FOREIGN KEY (A) REFERENCES R (ID);"});
+}
+
+TEST_F(DBManagerTest, FindOperations) {
+  TTableStruct& t = Table(wanted, "CLIENTES", "TCliente");
+  AddColumn(t, "NOME", TDBRType::dbsString, 60);
+  const TForeignKeyStruct& key = AddForeignKey(t, "FK_A", "A_ID", "A", "ID");
+  TTableStruct& x = Extension(wanted, "clientes", "TClienteVIP");
+
+  EXPECT_EQ(TDataBaseManager::findTableStructByClassname("tcliente", &wanted), &t);
+  EXPECT_EQ(TDataBaseManager::findTableStructByClassname("TCLIENTEVIP", &wanted), &x);
+  EXPECT_EQ(TDataBaseManager::findTableStructByClassname("TCliente", nullptr), nullptr);
+  EXPECT_EQ(TDataBaseManager::findTableStructByTablename("Clientes", &wanted),
+            (TConstTableRefs{&t, &x}));
+  EXPECT_EQ(TDataBaseManager::findColumn("nome", &t), t.Columns()[1].get());
+  EXPECT_EQ(TDataBaseManager::findFK("FK_A", &t), &key);
+  EXPECT_EQ(TDataBaseManager::findFK("fk_a", &t), nullptr);  // constraint names: exact case
+  EXPECT_EQ(TDataBaseManager::findFK("FK_A", nullptr), nullptr);
+  EXPECT_EQ(TDataBaseManager::findDuplicateFK(key, &t), nullptr);  // itself is not a duplicate
+}
+
+TEST_F(DBManagerTest, BothModelsAreRequired) {
+  manager.SetNewStruct(&wanted);
+  EXPECT_THROW(manager.MakeScript(), Exception);
+}
+
+}  // namespace
+}  // namespace zo
