@@ -1,0 +1,262 @@
+// The catalog reader on real embedded databases.
+#include <gtest/gtest.h>
+
+#include "examples/demo/DemoClasses.h"
+#include "mapping/ServerClasses.h"
+#include "platform/db/SQLConnection.h"
+#include "schema/CatalogReader.h"
+#include "schema/DBManager.h"
+#include "tests/dbstruct/StructBuilders.h"
+#include "tests/schema/MigrationSupport.h"
+#include "tests/support/DemoDatabase.h"
+
+namespace zo {
+namespace {
+
+using testing::MigrationScript;
+using testing::RunScript;
+
+std::unique_ptr<TModuleStruct> DemoModel() {
+  demo::RegisterDemoClasses();
+  return TDataObjectInfoDB::GenerateDataBaseStruct(HInstance, demo::kDemoModuleName,
+                                                   demo::DemoTableClasses());
+}
+
+// A fresh empty database in its own directory.
+struct EmptyDatabase {
+  testing::TempDir dir;
+  std::unique_ptr<TSQLConnection> conn;
+  explicit EmptyDatabase(const std::string& script = "") {
+    const std::string path = dir.File("empty.fdb");
+    testing::CreateEmptyDatabase(path);
+    conn = testing::OpenConnection(path);
+    if (!script.empty()) RunScript(*conn, script);
+  }
+};
+
+void ExpectSameColumns(const TTableStruct& expected, const TTableStruct& read) {
+  ASSERT_EQ(expected.Columns().size(), read.Columns().size()) << expected.Name();
+  for (const auto& column : expected.Columns()) {
+    const TColumnStruct* other = read.FindColumn(column->Name());
+    ASSERT_NE(other, nullptr) << expected.Name() << "." << column->Name();
+    EXPECT_EQ(other->TypeData(), column->TypeData()) << column->Name();
+    EXPECT_EQ(other->Size(), column->Size()) << column->Name();
+    EXPECT_EQ(other->Required(), column->Required()) << column->Name();
+  }
+}
+
+TEST(CatalogReaderTest, DemoDatabaseReadsBackAsTheClassesModel) {
+  testing::DemoDatabase db;
+  auto conn = db.Connect();
+  const auto expected = DemoModel();
+  const auto read = ReadDatabaseStruct(conn->DBXConnection(), expected.get());
+
+  ASSERT_EQ(read->NormalTables().size(), expected->NormalTables().size());
+  for (const auto& table : expected->NormalTables()) {
+    const TTableStruct* other = read->FindTable(table->Name());
+    ASSERT_NE(other, nullptr) << table->Name();
+    EXPECT_EQ(other->SourceClass(), table->SourceClass());
+    EXPECT_EQ(other->PrimaryKey()->Name(), table->PrimaryKey()->Name());
+    EXPECT_EQ(other->PrimaryKey()->KeyName(), table->PrimaryKey()->KeyName());
+    EXPECT_TRUE(other->HasGenerator()) << table->Name();
+    ExpectSameColumns(*table, *other);
+    ASSERT_EQ(other->ForeignKeys().size(), table->ForeignKeys().size()) << table->Name();
+    for (size_t i = 0; i < table->ForeignKeys().size(); ++i) {
+      EXPECT_EQ(other->ForeignKeys()[i]->getDDL(), table->ForeignKeys()[i]->getDDL());
+    }
+  }
+  // The VIP class's columns live in CLIENTES but are its own extended table.
+  ASSERT_EQ(read->ExtendedTables().size(), 1u);
+  EXPECT_EQ(read->ExtendedTables()[0]->SourceClass(), "TClienteVIP");
+  ExpectSameColumns(*expected->ExtendedTables()[0], *read->ExtendedTables()[0]);
+
+  EXPECT_EQ(MigrationScript(*conn, *expected), "");
+}
+
+TEST(CatalogReaderTest, FirebirdTypesMapOntoTheModel) {
+  EmptyDatabase db(
+      "CREATE DOMAIN D_OBRIGATORIO INTEGER NOT NULL;\n"
+      "CREATE TABLE TIPOS (S SMALLINT, I INTEGER NOT NULL, B BIGINT, N NUMERIC(10,2), "
+      "D DOUBLE PRECISION, F FLOAT, DT DATE, TM TIME, TS TIMESTAMP, C1 CHAR(1), C10 CHAR(10), "
+      "V VARCHAR(30) CHARACTER SET UTF8, TXT BLOB SUB_TYPE 1, BIN BLOB, BO BOOLEAN, "
+      "DOM D_OBRIGATORIO);");
+  const auto read = ReadDatabaseStruct(db.conn->DBXConnection(), nullptr);
+  ASSERT_EQ(read->NormalTables().size(), 1u);
+  const TTableStruct& table = *read->NormalTables()[0];
+  EXPECT_EQ(table.SourceClass(), "TIPOS");  // no class claims it
+  EXPECT_FALSE(table.HasGenerator());
+
+  struct Expected {
+    const char* name;
+    TDBRType type;
+    int32_t size;
+    bool required;
+  };
+  const Expected columns[] = {
+      {"S", TDBRType::dbsEnum, 0, false},       {"I", TDBRType::dbsInteger, 0, true},
+      {"B", TDBRType::dbsInteger, 0, false},    {"N", TDBRType::dbsFloat, 0, false},
+      {"D", TDBRType::dbsFloat, 0, false},      {"F", TDBRType::dbsFloat, 0, false},
+      {"DT", TDBRType::dbsDate, 0, false},      {"TM", TDBRType::dbsTime, 0, false},
+      {"TS", TDBRType::dbsDateTime, 0, false},  {"C1", TDBRType::dbsChar, 0, false},
+      {"C10", TDBRType::dbsString, 10, false},  {"V", TDBRType::dbsString, 30, false},
+      {"TXT", TDBRType::dbsTextBlob, 0, false}, {"BIN", TDBRType::dbsBinBlob, 0, false},
+      {"BO", TDBRType::dbsEnum, 0, false},      {"DOM", TDBRType::dbsInteger, 0, true},
+  };
+  ASSERT_EQ(table.Columns().size(), std::size(columns));
+  for (size_t i = 0; i < std::size(columns); ++i) {
+    const TColumnStruct& column = *table.Columns()[i];
+    EXPECT_EQ(column.Name(), columns[i].name);  // in field-position order
+    EXPECT_EQ(column.TypeData(), columns[i].type) << column.Name();
+    EXPECT_EQ(column.Size(), columns[i].size) << column.Name();
+    EXPECT_EQ(column.Required(), columns[i].required) << column.Name();
+  }
+}
+
+TEST(CatalogReaderTest, KeysIndicesAndDependencies) {
+  EmptyDatabase db(
+      "CREATE TABLE AAA (ID INTEGER NOT NULL, CODIGO VARCHAR(10), NOME VARCHAR(20));\n"
+      "ALTER TABLE AAA ADD CONSTRAINT PK_AAA PRIMARY KEY (ID);\n"
+      "ALTER TABLE AAA ADD CONSTRAINT UQ_AAA_CODIGO UNIQUE (CODIGO);\n"
+      "CREATE INDEX IX_AAA_NOME ON AAA (NOME);\n"
+      "CREATE TABLE ZZZ (ID INTEGER NOT NULL, AAA_ID INTEGER);\n"
+      "ALTER TABLE ZZZ ADD CONSTRAINT PK_ZZZ PRIMARY KEY (ID);\n"
+      "ALTER TABLE ZZZ ADD CONSTRAINT FK_ZZZ_AAA FOREIGN KEY (AAA_ID) REFERENCES AAA (ID);\n"
+      "CREATE SEQUENCE GEN_ZZZ;");
+  const TModuleStruct nothing;
+  const auto read = ReadDatabaseStruct(db.conn->DBXConnection(), &nothing);
+  ASSERT_EQ(read->NormalTables().size(), 2u);
+  // ZZZ references AAA, so it comes first.
+  const TTableStruct& zzz = *read->NormalTables()[0];
+  const TTableStruct& aaa = *read->NormalTables()[1];
+  EXPECT_EQ(zzz.Name(), "ZZZ");
+  EXPECT_TRUE(zzz.HasGenerator());
+  EXPECT_FALSE(aaa.HasGenerator());
+  EXPECT_EQ(zzz.ThisDepends(), TTableRefs{const_cast<TTableStruct*>(&aaa)});
+  EXPECT_EQ(aaa.DependsThis(), TTableRefs{const_cast<TTableStruct*>(&zzz)});
+  ASSERT_EQ(zzz.ForeignKeys().size(), 1u);
+  EXPECT_EQ(zzz.ForeignKeys()[0]->getDDL(),
+            "ALTER TABLE ZZZ ADD CONSTRAINT FK_ZZZ_AAA FOREIGN KEY (AAA_ID) REFERENCES AAA (ID);");
+  ASSERT_EQ(aaa.Uniques().size(), 1u);
+  EXPECT_EQ(aaa.Uniques()[0]->getDDL(),
+            "ALTER TABLE AAA ADD CONSTRAINT UQ_AAA_CODIGO UNIQUE (CODIGO);");
+  ASSERT_EQ(aaa.Indices().size(), 1u);  // the constraints' own indices are not listed
+  EXPECT_EQ(aaa.Indices()[0]->getDDL(), "CREATE INDEX \"IX_AAA_NOME\" ON AAA (NOME);");
+  EXPECT_TRUE(aaa.FindColumn("NOME")->Indexed());
+
+  // Neither table has a class: the migration drops both, and Firebird accepts the order.
+  TDataBaseManager manager;
+  manager.SetCurrentStruct(read.get());
+  manager.SetNewStruct(&nothing);
+  ASSERT_NO_THROW(RunScript(*db.conn, manager.MakeScript()));
+  EXPECT_TRUE(ReadDatabaseStruct(db.conn->DBXConnection(), &nothing)->NormalTables().empty());
+}
+
+TEST(CatalogReaderTest, ColumnsKeptOutsideTheClassesAreNeverDropped) {
+  testing::DemoDatabase db;
+  auto conn = db.Connect();
+  RunScript(*conn, "ALTER TABLE USUARIOS ADD SENHA_HASH VARCHAR(128);");
+  const auto expected = DemoModel();
+  EXPECT_EQ(MigrationScript(*conn, *expected), "ALTER TABLE USUARIOS DROP SENHA_HASH;\r\n");
+  TCatalogReadOptions options;
+  options.ignoredColumns = {"usuarios.Senha_Hash"};
+  EXPECT_EQ(MigrationScript(*conn, *expected, options), "");
+}
+
+TEST(CatalogReaderTest, MergedClassColumnsAreComparedOnTheirOwn) {
+  testing::DemoDatabase db;
+  auto conn = db.Connect();
+  RunScript(*conn, "ALTER TABLE CLIENTES DROP GERENTE;");
+  const auto expected = DemoModel();
+  EXPECT_EQ(MigrationScript(*conn, *expected),
+            "ALTER TABLE CLIENTES ADD GERENTE VARCHAR(60)  CHARACTER SET ISO8859_1;\r\n");
+}
+
+// A table no class claims but which bears the name of a class of another table is not
+// mistaken for that class's table.
+TEST(CatalogReaderTest, UnknownTableNamedLikeAClass) {
+  testing::DemoDatabase db;
+  auto conn = db.Connect();
+  RunScript(*conn, "CREATE TABLE TCIDADE (ID INTEGER NOT NULL);");
+  EXPECT_EQ(MigrationScript(*conn, *DemoModel()),
+            "ALTER TABLE TCIDADE DROP CONSTRAINT ;\r\nDROP TABLE TCIDADE;\r\n");
+}
+
+constexpr const char* kRoutines =
+    "CREATE TABLE T (ID INTEGER NOT NULL, NOME VARCHAR(20));\n"
+    "SET TERM ^ ;\n"
+    "CREATE PROCEDURE DOBRO (A INTEGER, S VARCHAR(10) NOT NULL) RETURNS (R NUMERIC(15,2)) AS\n"
+    "BEGIN\n  R = A * 2;\n  SUSPEND;\nEND^\n"
+    "CREATE PROCEDURE NADA AS\nBEGIN\nEND^\n"
+    "CREATE TRIGGER T_BIU FOR T ACTIVE BEFORE INSERT OR UPDATE POSITION 5 AS\n"
+    "BEGIN\n  NEW.NOME = UPPER(NEW.NOME);\nEND^\n"
+    "CREATE TRIGGER T_AD FOR T INACTIVE AFTER DELETE POSITION 0 AS\nBEGIN\nEND^\n"
+    "CREATE TRIGGER AO_CONECTAR ACTIVE ON CONNECT POSITION 0 AS\nBEGIN\nEND^\n"
+    "SET TERM ; ^\n"
+    "DECLARE EXTERNAL FUNCTION F CSTRING(80), INTEGER RETURNS INTEGER BY VALUE "
+    "ENTRY_POINT 'f_x' MODULE_NAME 'udflib';\n"
+    "DECLARE EXTERNAL FUNCTION G CSTRING(80) RETURNS CSTRING(255) FREE_IT "
+    "ENTRY_POINT 'g_x' MODULE_NAME 'udflib';\n";
+
+std::vector<std::string> Statements(const TModuleStruct& module) {
+  std::vector<std::string> statements;
+  for (const auto& p : module.Procedures()) statements.push_back(p->getDDL());
+  for (const auto& t : module.Triggers()) statements.push_back(t->Table() + ": " + t->getDDL());
+  return statements;
+}
+
+TEST(CatalogReaderTest, ProceduresTriggersAndExternalFunctions) {
+  EmptyDatabase db(kRoutines);
+  const auto read = ReadDatabaseStruct(db.conn->DBXConnection(), nullptr);
+  const std::vector<std::string> statements = Statements(*read);
+  EXPECT_EQ(statements,
+            (std::vector<std::string>{
+                "CREATE PROCEDURE DOBRO (A INTEGER, S VARCHAR(10) NOT NULL)\n"
+                "RETURNS (R NUMERIC(15,2))\nAS\nBEGIN\n  R = A * 2;\n  SUSPEND;\nEND",
+                "CREATE PROCEDURE NADA\nAS\nBEGIN\nEND",
+                ": CREATE TRIGGER AO_CONECTAR ACTIVE ON CONNECT POSITION 0\nAS\nBEGIN\nEND",
+                "T: CREATE TRIGGER T_AD FOR T INACTIVE AFTER DELETE POSITION 0\nAS\nBEGIN\nEND",
+                "T: CREATE TRIGGER T_BIU FOR T ACTIVE BEFORE INSERT OR UPDATE POSITION 5\nAS\n"
+                "BEGIN\n  NEW.NOME = UPPER(NEW.NOME);\nEND"}));
+
+  ASSERT_EQ(read->UDFS().size(), 2u);
+  TUDFMethod f;
+  f.SetModuleName("udflib");
+  f.SetEntryPoint("f_x");
+  f.SetReturnMechanism(TUDFArgument::TUDFMechanism::trmByValue);
+  auto result = testing::MakeArgument(8);
+  result->SetMechanism(TUDFArgument::TUDFMechanism::trmByValue);
+  f.AddArgument(std::move(result));
+  f.AddArgument(testing::MakeArgument(40, 80));
+  f.AddArgument(testing::MakeArgument(8));
+  EXPECT_TRUE(read->UDFS()[0]->IsEqual(f));
+  EXPECT_EQ(read->UDFS()[0]->getDDL(),
+            "DECLARE EXTERNAL FUNCTION F\r\nCSTRING(80),\r\nINTEGER\r\nRETURNS INTEGER BY VALUE\r\n"
+            "ENTRY_POINT 'f_x' MODULE_NAME 'udflib';\r\n");
+  const TUDFMethod& g = *read->UDFS()[1];
+  EXPECT_TRUE(g.FreeIt());
+  EXPECT_EQ(g.ReturnMechanism(), TUDFArgument::TUDFMechanism::trmByReference);
+  EXPECT_EQ(g.Arguments()[0]->getDDL(), "CSTRING(255)");
+
+  // The statements read back make the same routines on another database.
+  std::string script = "CREATE TABLE T (ID INTEGER NOT NULL, NOME VARCHAR(20));\nSET TERM ^ ;\n";
+  for (const auto& p : read->Procedures()) script += p->getDDL() + "^\n";
+  for (const auto& t : read->Triggers()) script += t->getDDL() + "^\n";
+  EmptyDatabase copy(script + "SET TERM ; ^\n");
+  EXPECT_EQ(Statements(*ReadDatabaseStruct(copy.conn->DBXConnection(), nullptr)), statements);
+}
+
+TEST(CatalogReaderTest, SequencesWithTheirValues) {
+  EmptyDatabase db(
+      "CREATE SEQUENCE GEN_A;\nCREATE SEQUENCE GEN_B;\nALTER SEQUENCE GEN_B RESTART WITH 41;\n"
+      "SET TERM ^ ;\nEXECUTE BLOCK AS DECLARE X BIGINT; BEGIN X = NEXT VALUE FOR GEN_B; END^\n"
+      "SET TERM ; ^\n");
+  const auto sequences = ReadSequences(db.conn->DBXConnection());
+  ASSERT_EQ(sequences.size(), 2u);
+  EXPECT_EQ(sequences[0]->Name(), "GEN_A");
+  EXPECT_EQ(sequences[0]->Value(), 0);
+  EXPECT_EQ(sequences[1]->Name(), "GEN_B");
+  EXPECT_EQ(sequences[1]->Value(), 42);
+}
+
+}  // namespace
+}  // namespace zo
