@@ -117,6 +117,15 @@ class TTableAssembly {
     return it == tables_.end() ? nullptr : it->second.get();
   }
 
+  // The first normal table of the expected model with that name, or null.
+  const TTableStruct* ExpectedNormalTable(const std::string& name) const {
+    if (expected_ == nullptr) return nullptr;
+    for (const auto& table : expected_->NormalTables()) {
+      if (table->Name() == name) return table.get();
+    }
+    return nullptr;
+  }
+
   bool IsIgnored(const std::string& table, const std::string& column) const {
     return ignored_.contains(Qualified(table, column));
   }
@@ -153,10 +162,11 @@ class TTableAssembly {
       merged.table->SetSourceClass(wanted->SourceClass());
       merged.table->SetIsExtendedTable(true);
       const std::string key = wanted->PrimaryKey() ? wanted->PrimaryKey()->KeyName() : "";
+      const TTableStruct* host = ExpectedNormalTable(wanted->Name());
       for (const auto& column : wanted->Columns()) {
-        if (column->Name() != key) {
-          mergedColumns_.emplace(Qualified(wanted->Name(), column->Name()), &merged);
-        }
+        // The key, and a column the host's class has as well, stay with the host.
+        if (column->Name() == key || (host && host->FindColumn(column->Name()))) continue;
+        mergedColumns_.emplace(Qualified(wanted->Name(), column->Name()), &merged);
       }
       for (const auto& foreignKey : wanted->ForeignKeys()) {
         mergedKeys_.emplace(Qualified(wanted->Name(), foreignKey->Name()), &merged);
@@ -262,10 +272,7 @@ class TTableAssembly {
   // after itself, and marked when that name happens to be some other table's class, so that
   // it is never paired with that class.
   std::string SourceClassOf(const std::string& tableName) const {
-    if (expected_ == nullptr) return tableName;
-    for (const auto& wanted : expected_->NormalTables()) {
-      if (wanted->Name() == tableName) return wanted->SourceClass();
-    }
+    if (const TTableStruct* wanted = ExpectedNormalTable(tableName)) return wanted->SourceClass();
     if (TDataBaseManager::findTableStructByClassname(tableName, expected_) != nullptr) {
       return "<" + tableName + ">";
     }
