@@ -56,7 +56,7 @@ TEST_F(ScriptRunner, ConstantSettings) {
 TEST_F(ScriptRunner, CreateDataBaseReplacesAnExistingFile) {
   const std::string path = Dir().File("ZO.FDB");
   testing::CreateEmptyDatabase(path);
-  testing::Run(*Observer(), "CREATE TABLE OLD_TABLE (ID INTEGER)");
+  testing::ExecuteSql(*Observer(), "CREATE TABLE OLD_TABLE (ID INTEGER)");
 
   CreateDatabase();
   EXPECT_TRUE(runner_.IBDataBase().Connected());
@@ -214,8 +214,8 @@ TEST_F(ScriptRunner, CreationScriptRunTwiceSkipsSequencesAndStopsAtADuplicateRow
   CreateDatabase();
   runner_.getSQLScript() = testing::ToLines(script);
   runner_.IBScript().ExecuteScript();
-  testing::Run(runner_.IBDataBase().Connection(),
-               "select next value for GEN_CIDADES from RDB$DATABASE");
+  testing::ExecuteSql(runner_.IBDataBase().Connection(),
+                      "select next value for GEN_CIDADES from RDB$DATABASE");
 
   std::string stopError;
   try {

@@ -8,11 +8,12 @@
 
 namespace zo::testing {
 
-InTempDirTest::InTempDirTest() : previous_(std::filesystem::current_path()) {
-  std::filesystem::current_path(dir_.Path());
+CurrentDirectory::CurrentDirectory(const std::filesystem::path& path)
+    : previous_(std::filesystem::current_path()) {
+  std::filesystem::current_path(path);
 }
 
-InTempDirTest::~InTempDirTest() { std::filesystem::current_path(previous_); }
+CurrentDirectory::~CurrentDirectory() { std::filesystem::current_path(previous_); }
 
 std::vector<std::string> ReadLines(const std::string& path) {
   std::ifstream in(path);
@@ -44,7 +45,7 @@ int QueryInt(TSQLConnection& connection, const std::string& sql) {
   return text::StrToInt(QueryString(connection, sql));
 }
 
-void Run(TSQLConnection& connection, const std::string& sql) {
+void ExecuteSql(TSQLConnection& connection, const std::string& sql) {
   auto command = connection.DBXConnection().CreateCommand();
   command->SetText(sql);
   command->ExecuteUpdate();

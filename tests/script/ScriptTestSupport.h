@@ -12,18 +12,27 @@
 
 namespace zo::testing {
 
+// Makes `path` the current directory for the object's lifetime.
+class CurrentDirectory {
+ public:
+  explicit CurrentDirectory(const std::filesystem::path& path);
+  ~CurrentDirectory();
+  CurrentDirectory(const CurrentDirectory&) = delete;
+  CurrentDirectory& operator=(const CurrentDirectory&) = delete;
+
+ private:
+  std::filesystem::path previous_;
+};
+
 // A test run inside a fresh temporary directory (the runner's log and conn.conf live in the
-// current directory); the previous current directory is restored afterwards.
+// current directory).
 class InTempDirTest : public ::testing::Test {
  protected:
-  InTempDirTest();
-  ~InTempDirTest() override;
-
   const TempDir& Dir() const { return dir_; }
 
  private:
   TempDir dir_;
-  std::filesystem::path previous_;
+  CurrentDirectory inDir_{dir_.Path()};
 };
 
 // Lines of a text file ("" when it is missing).
@@ -35,7 +44,7 @@ std::vector<std::string> ToLines(const std::string& script);
 // Single values and row counts through the SQL layer.
 std::string QueryString(TSQLConnection& connection, const std::string& sql);
 int QueryInt(TSQLConnection& connection, const std::string& sql);
-void Run(TSQLConnection& connection, const std::string& sql);
+void ExecuteSql(TSQLConnection& connection, const std::string& sql);
 // Tables made by users (not Firebird's own).
 int UserTableCount(TSQLConnection& connection);
 
