@@ -1,5 +1,8 @@
 #include "dao/GenericDAO.h"
 
+#include <type_traits>
+#include <utility>
+
 #include <fmt/printf.h>
 
 #include "core/Dates.h"
@@ -159,12 +162,30 @@ int32_t TGenericDAO::GetCount(TDataObjectClass cls, const std::string& condition
   return zo::GetCount(GetConnection(), cls, condition);
 }
 
+bool TGenericDAO::DeleteInSavepoint(int32_t id, TDataObjectClass cls) {
+  // A record's list rows go before the record: the savepoint gives them back when the record
+  // itself is refused, instead of the commit of the others making their loss final.
+  auto savepoint = StartTransaction();
+  try {
+    DeleteDataObject(GetConnection(), id, cls);
+    Commit(savepoint);
+    return true;
+  } catch (const std::exception& e) {
+    // Any other failure ends the whole call: the savepoint goes back with the transaction.
+    if (!IsForeignKeyViolation(e)) throw;
+  }
+  RollBack(savepoint);
+  return false;
+}
+
 void TGenericDAO::DeleteArray(const std::vector<int32_t>& ids, TDataObjectClass cls) {
   if (ids.empty()) return;
   SetWaitTitle("Excluindo...");
   const double step = 100.0 / static_cast<double>(ids.size());
   double accumulated = 0.0;
-  int previous = -1;
+  // The wait screen starts at 0: only a new whole percent is worth a round trip, which keeps
+  // the positions sent to at most 100 whatever the number of records.
+  int previous = 0;
   int failed = 0;
   InTransaction([&] {
     for (const int32_t id : ids) {
@@ -172,16 +193,7 @@ void TGenericDAO::DeleteArray(const std::vector<int32_t>& ids, TDataObjectClass 
       const int position = static_cast<int>(accumulated);
       if (position != previous) GoWaitPos(position);
       previous = position;
-      // Each record in a savepoint of its own: a record that cannot go keeps its list rows.
-      auto savepoint = StartTransaction();
-      try {
-        DeleteDataObject(GetConnection(), id, cls);
-        Commit(savepoint);
-      } catch (const std::exception& e) {
-        RollBack(savepoint);
-        if (!IsForeignKeyViolation(e)) throw;
-        ++failed;
-      }
+      if (!DeleteInSavepoint(id, cls)) ++failed;
     }
   });
   const int count = static_cast<int>(ids.size());
@@ -249,8 +261,9 @@ int32_t TGenericDAO::GetNextID(int32_t currentID, TDataObjectClass cls, int32_t 
   std::string extra;
   if (!parsed.empty() && (tipo == tnFirst || tipo == tnLast))
     extra = fmt::sprintf("where %s", parsed);
+  // Bracketed: a condition holding OR must not escape the key bound before it.
   if (!parsed.empty() && (tipo == tnPrevious || tipo == tnNext))
-    extra = fmt::sprintf("and %s", parsed);
+    extra = fmt::sprintf("and (%s)", parsed);
   std::string sql;
   switch (tipo) {
     case tnFirst:

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "core/BaseDataObject.h"
@@ -101,6 +102,8 @@ class TGenericDAO {
 
  private:
   TDateTime StampTime() const;
+  // Deletes one record of DeleteArray in a savepoint; false when a foreign key refused it.
+  bool DeleteInSavepoint(int32_t id, TDataObjectClass cls);
   TDateTime fStampTime;  // set during Insert so that both stamps are equal
 
   // Runs `work` in its own transaction: committed on success, rolled back before any
