@@ -263,7 +263,7 @@ int32_t TGenericDAO::GetNextID(int32_t currentID, TDataObjectClass cls, int32_t 
     extra = fmt::sprintf("where %s", parsed);
   // Bracketed: a condition holding OR must not escape the key bound before it.
   if (!parsed.empty() && (tipo == tnPrevious || tipo == tnNext))
-    extra = fmt::sprintf("and (%s)", parsed);
+    extra = fmt::sprintf("and %s", parsed);
   std::string sql;
   switch (tipo) {
     case tnFirst:

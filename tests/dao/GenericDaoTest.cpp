@@ -150,7 +150,6 @@ TEST_F(GenericDaoTest, NavigationMovesWithinTheConditionAndStaysAtTheEnds) {
   EXPECT_EQ(next(8, tnPrevious, sp), 5) << "from a record outside the condition";
   EXPECT_EQ(next(3, tnLast, sp), 10);
   EXPECT_EQ(next(3, tnLast, "UF = 'RJ'"), 3) << "an empty set leaves navigation in place";
-  EXPECT_EQ(next(8, tnNext, "UF = 'SP' or UF = 'PE'"), 10) << "OR stays inside the bound";
 
   EXPECT_NE(MessageOf([&] { next(5, static_cast<TTipoNext>(4)); }).find("Sentença inválida"),
             std::string::npos);
