@@ -44,7 +44,13 @@ TEST_F(CatalogTest, PrimaryKeyColumnsComeInKeyOrder) {
   ExecuteSqlCmd(Conn(),
                 "CREATE TABLE DUPLA (A INTEGER NOT NULL, B INTEGER NOT NULL, C INTEGER, "
                 "CONSTRAINT PK_DUPLA PRIMARY KEY (B, A))");
+  TakeTrace();
   EXPECT_EQ(GetPrimaryKey(Conn(), "dupla"), "B,A");
+  EXPECT_EQ(TakeTrace().back(),
+            "SELECT RDB$FIELD_NAME\r\nFROM\r\n  RDB$RELATION_CONSTRAINTS C,\r\n"
+            "  RDB$INDEX_SEGMENTS S\r\nWHERE\r\n  C.RDB$RELATION_NAME = 'DUPLA' AND\r\n"
+            "  C.RDB$CONSTRAINT_TYPE = 'PRIMARY KEY' AND\r\n"
+            "  S.RDB$INDEX_NAME = C.RDB$INDEX_NAME\r\nORDER BY RDB$FIELD_POSITION\r\n");
   EXPECT_EQ(GetPrimaryKey(Conn(), "CIDADES"), "ID");
   EXPECT_EQ(MessageOf([&] { GetPrimaryKey(Conn(), "NADA"); }), "Tabela inexistente: NADA");
 
@@ -150,7 +156,8 @@ TEST_F(CatalogTest, ClosedOrNeverOpenedConnectionRaises) {
 
   TDBXConnection& closed = Conn();
   sql_->Close();
-  EXPECT_THROW(ExecuteSqlCmd(closed, "delete from CIDADES"), Exception);
+  EXPECT_EQ(MessageOf([&] { ExecuteSqlCmd(closed, "delete from CIDADES"); }),
+            "The database connection is not open\r\ndelete from CIDADES...");
   EXPECT_THROW(Novocodigo(closed, "CIDADES"), Exception);
   EXPECT_THROW(StartTransaction(closed), Exception);
   TCidade cidade;
