@@ -10,12 +10,12 @@
 namespace zo {
 namespace {
 
+// List properties are owning members, so there is always a list to append to.
 TDataObjectList& ListOf(TBaseDataObject& object, const TRttiProperty* listProperty) {
   auto* list = dynamic_cast<TDataObjectList*>(listProperty->GetObject(object));
   if (list == nullptr) {
-    // List members are always there in C++; kept for a property that can hold none.
-    listProperty->SetObject(object, std::make_unique<TDataObjectList>(listProperty->ItemClass()));
-    list = dynamic_cast<TDataObjectList*>(listProperty->GetObject(object));
+    throw Exception("A propriedade \"" + listProperty->Name() + "\" da classe \"" +
+                    object.ClassName() + "\" não guarda uma lista");
   }
   return *list;
 }

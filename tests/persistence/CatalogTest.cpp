@@ -44,13 +44,7 @@ TEST_F(CatalogTest, PrimaryKeyColumnsComeInKeyOrder) {
   ExecuteSqlCmd(Conn(),
                 "CREATE TABLE DUPLA (A INTEGER NOT NULL, B INTEGER NOT NULL, C INTEGER, "
                 "CONSTRAINT PK_DUPLA PRIMARY KEY (B, A))");
-  TakeTrace();
   EXPECT_EQ(GetPrimaryKey(Conn(), "dupla"), "B,A");
-  EXPECT_EQ(TakeTrace().back(),
-            "SELECT RDB$FIELD_NAME\r\nFROM\r\n  RDB$RELATION_CONSTRAINTS C,\r\n"
-            "  RDB$INDEX_SEGMENTS S\r\nWHERE\r\n  C.RDB$RELATION_NAME = 'DUPLA' AND\r\n"
-            "  C.RDB$CONSTRAINT_TYPE = 'PRIMARY KEY' AND\r\n"
-            "  S.RDB$INDEX_NAME = C.RDB$INDEX_NAME\r\nORDER BY RDB$FIELD_POSITION\r\n");
   EXPECT_EQ(GetPrimaryKey(Conn(), "CIDADES"), "ID");
   EXPECT_EQ(MessageOf([&] { GetPrimaryKey(Conn(), "NADA"); }), "Tabela inexistente: NADA");
 
@@ -166,8 +160,7 @@ TEST_F(CatalogTest, ClosedOrNeverOpenedConnectionRaises) {
   EXPECT_THROW(InsertDataObject(closed, cidade), Exception);
 }
 
-TEST(HelpersTest, PassThroughCodesAndStreamCopy) {
-  EXPECT_EQ(DesencryptStr("segredo"), "segredo");
+TEST(HelpersTest, FailureCodesIdListsAndStreamCopy) {
   EXPECT_EQ(GetCodeException(Exception("violation of PRIMARY or UNIQUE KEY constraint")), 0);
   EXPECT_EQ(GetCodeException(Exception("Unique Key violation")), 0);
   EXPECT_EQ(GetCodeException(Exception("violation of FOREIGN KEY constraint")), -1);

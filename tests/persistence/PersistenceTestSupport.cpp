@@ -107,12 +107,6 @@ int32_t PersistenceTest::InsertProduto(const std::string& descricao, double prec
   return InsertDataObject(Conn(), produto);
 }
 
-std::unique_ptr<TCliente> PersistenceTest::NewCliente(const std::string& nome) {
-  auto cliente = std::make_unique<TCliente>();
-  cliente->Nome = nome;
-  return cliente;
-}
-
 std::unique_ptr<TPedido> PersistenceTest::NewPedido(int32_t clienteId, int32_t produtoId,
                                                     int itens) {
   auto pedido = std::make_unique<TPedido>();

@@ -92,7 +92,6 @@ class PersistenceTest : public ::testing::Test {
   // Stored demo rows to hang other objects on.
   int32_t InsertCidade(const std::string& nome = "Recife", const std::string& uf = "PE");
   int32_t InsertProduto(const std::string& descricao, double preco = 1);
-  std::unique_ptr<demo::TCliente> NewCliente(const std::string& nome);
   // An order of the client with `itens` new items of the product.
   std::unique_ptr<demo::TPedido> NewPedido(int32_t clienteId, int32_t produtoId, int itens);
 
