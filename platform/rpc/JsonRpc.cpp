@@ -1,0 +1,124 @@
+#include "platform/rpc/JsonRpc.h"
+
+#include <exception>
+
+#include "core/Exceptions.h"
+#include "platform/rpc/RpcError.h"
+#include "platform/rpc/RpcSession.h"
+
+namespace zo::rpc {
+
+using nlohmann::json;
+
+namespace {
+
+bool IsValidId(const json& id) { return id.is_string() || id.is_number() || id.is_null(); }
+
+Rejected Reject(const json& id, int code, const std::string& message) {
+  return {ErrorResponse(IsValidId(id) ? id : json(nullptr), code, message)};
+}
+
+Incoming ParseRequest(const json& message) {
+  const json id = Member(message, "id");
+  if (Member(message, "jsonrpc") != "2.0") {
+    return Reject(id, codes::kInvalidRequest, "Invalid request: \"jsonrpc\" must be \"2.0\"");
+  }
+  if (!message.at("method").is_string()) {
+    return Reject(id, codes::kInvalidRequest, "Invalid request: \"method\" must be a string");
+  }
+  if (!IsValidId(id)) {
+    return Reject(nullptr, codes::kInvalidRequest,
+                  "Invalid request: \"id\" must be a string, a number or null");
+  }
+  Request request;
+  request.id = id;
+  request.notification = !message.contains("id");
+  request.method = message.at("method").get<std::string>();
+  const json params = Member(message, "params");
+  if (params.is_object()) {
+    request.params = params;
+  } else if (!params.is_null()) {
+    return Reject(id, codes::kInvalidParams,
+                  "Invalid params: \"params\" must be an object of named parameters");
+  }
+  return request;
+}
+
+Incoming ParseAnswer(const json& message) {
+  const json& id = message.at("id");
+  if (!id.is_string()) {
+    return Reject(nullptr, codes::kInvalidRequest, "Invalid response: unknown \"id\"");
+  }
+  Answer answer;
+  answer.id = id.get<std::string>();
+  if (message.contains("error")) {
+    answer.failed = true;
+    const json& error = message.at("error");
+    answer.errorMessage = error.is_object() && Member(error, "message").is_string()
+                              ? error.at("message").get<std::string>()
+                              : std::string("Callback failed on the client");
+  } else {
+    answer.result = message.at("result");
+  }
+  return answer;
+}
+
+}  // namespace
+
+json Member(const json& object, const char* key) {
+  const auto it = object.find(key);
+  return it == object.end() ? json() : *it;
+}
+
+Incoming ParseIncoming(std::string_view text) {
+  const json message = json::parse(text, nullptr, /*allow_exceptions=*/false);
+  if (message.is_discarded()) return Reject(nullptr, codes::kParseError, "Parse error");
+  if (message.is_array()) {
+    return Reject(nullptr, codes::kInvalidRequest, "Batch requests are not supported");
+  }
+  if (!message.is_object()) return Reject(nullptr, codes::kInvalidRequest, "Invalid request");
+  if (message.contains("method")) return ParseRequest(message);
+  if (message.contains("id") && (message.contains("result") || message.contains("error"))) {
+    return ParseAnswer(message);
+  }
+  return Reject(Member(message, "id"), codes::kInvalidRequest, "Invalid request");
+}
+
+std::string Serialize(const json& message) {
+  return message.dump(-1, ' ', false, json::error_handler_t::replace);
+}
+
+std::string ResultResponse(const json& id, const json& result) {
+  return Serialize({{"jsonrpc", "2.0"}, {"id", id}, {"result", result}});
+}
+
+std::string ErrorResponse(const json& id, int code, const std::string& message, const json& data) {
+  json error = {{"code", code}, {"message", message}};
+  if (!data.is_null()) error["data"] = data;
+  return Serialize({{"jsonrpc", "2.0"}, {"id", id}, {"error", std::move(error)}});
+}
+
+std::string CallbackRequest(const std::string& id, const json& command) {
+  return Serialize(
+      {{"jsonrpc", "2.0"}, {"id", id}, {"method", "callback"}, {"params", {{"command", command}}}});
+}
+
+ErrorInfo DescribeCurrentException() {
+  try {
+    throw;
+  } catch (const EAbort& e) {
+    return {codes::kAborted, e.what(), {{"aborted", true}}};
+  } catch (const MethodNotFound& e) {
+    return {codes::kMethodNotFound, e.what(), nullptr};
+  } catch (const InvalidParams& e) {
+    return {codes::kInvalidParams, e.what(), nullptr};
+  } catch (const Exception& e) {
+    return {codes::kApplication, e.what(), nullptr};
+  } catch (const std::exception& e) {
+    return {codes::kInternalError, e.what(), nullptr};
+  } catch (...) {
+    return {codes::kInternalError, "Unknown error", nullptr};
+  }
+}
+
+}  // namespace zo::rpc

@@ -1,0 +1,63 @@
+#pragma once
+
+#include <deque>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include <boost/beast/core/flat_buffer.hpp>
+#include <boost/beast/core/tcp_stream.hpp>
+#include <boost/beast/http/message.hpp>
+#include <boost/beast/http/string_body.hpp>
+#include <boost/beast/websocket/stream.hpp>
+
+#include "platform/rpc/ConnectionRegistry.h"
+#include "platform/rpc/RpcSession.h"
+
+namespace zo::rpc {
+
+class CallbackChannel;
+class ClientSession;
+struct ServerContext;
+
+// One WebSocket client at "/zo". Its read loop only parses and routes: requests go to the
+// client's call queue on the workers, callback answers to the waiting worker. Everything sent
+// goes through one write queue, one write at a time.
+class WsConnection : public IConnection, public std::enable_shared_from_this<WsConnection> {
+ public:
+  WsConnection(boost::beast::tcp_stream stream, ServerContext& server, ClientInfo client);
+  ~WsConnection() override;
+  // Completes the handshake of `upgrade` and starts reading.
+  void Run(boost::beast::http::request<boost::beast::http::string_body> upgrade);
+  void Shutdown() override;
+  void Send(std::string message);  // thread-safe; dropped once the client is gone or closing
+
+ private:
+  using CloseReason = boost::beast::websocket::close_reason;
+
+  void OnAccept(const boost::system::error_code& error);
+  void Read();
+  void OnRead(const boost::system::error_code& error);
+  void OnMessage(std::string_view text);
+  void RefuseOversized();
+  void Write(std::string message);
+  void WriteNext();
+  void OnWritten(const boost::system::error_code& error);
+  void CloseWhenFlushed(const CloseReason& reason);
+  void StartClose(const CloseReason& reason);
+  void End(const std::string& reason);
+
+  boost::beast::websocket::stream<boost::beast::tcp_stream> ws_;
+  boost::beast::flat_buffer buffer_;
+  ServerContext& server_;
+  const ClientInfo info_;
+  std::shared_ptr<CallbackChannel> channel_;
+  std::shared_ptr<ClientSession> client_;
+  std::deque<std::string> writes_;  // front() is being written
+  std::optional<CloseReason> closeAfterWrites_;
+  bool open_ = false;     // handshake done, socket usable, close not started
+  bool closing_ = false;  // the closing handshake has started
+  bool ended_ = false;    // callbacks failed and session closed
+};
+
+}  // namespace zo::rpc
