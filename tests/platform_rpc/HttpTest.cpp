@@ -1,0 +1,108 @@
+#include <gtest/gtest.h>
+
+#include <regex>
+#include <string>
+
+#include "FakeServer.h"
+#include "platform/rpc/RpcError.h"
+
+namespace zo::rpc::testing {
+namespace {
+
+using nlohmann::json;
+using namespace std::chrono_literals;
+
+TEST(HttpTest, ConnectCallAndDisconnectWithASessionToken) {
+  TestServer server;
+  auto client = server.HttpClient(/*connect=*/false);
+  const json result = client->Connect(kCredentials);
+  EXPECT_TRUE(
+      std::regex_match(result.at("session").get<std::string>(), std::regex("[0-9a-f]{64}")));
+  EXPECT_EQ(client->SessionToken(), result["session"]);
+  EXPECT_EQ(client->Call("Echo", {{"x", "ü"}}), json({{"x", "ü"}}));
+  EXPECT_EQ(client->Call("Who"), json({{"customer", "ACME"}, {"user", "ana"}}));
+
+  // A second client has a session of its own.
+  auto other = server.HttpClient();
+  EXPECT_NE(other->SessionToken(), client->SessionToken());
+  EXPECT_EQ(server.journal().Live(), 2);
+
+  const std::string token = client->SessionToken();
+  client->Disconnect();
+  EXPECT_TRUE(server.journal().WaitForLive(1));
+  client->SetSessionToken(token);
+  EXPECT_EQ(ErrorOf([&] { client->Call("Echo"); }).Code(), codes::kNotConnected);
+}
+
+TEST(HttpTest, RequestsWithoutAValidTokenAreRefused) {
+  TestServer server;
+  auto client = server.HttpClient(/*connect=*/false);
+  EXPECT_EQ(ErrorOf([&] { client->Call("Echo"); }).Code(), codes::kNotConnected);
+  client->SetSessionToken(std::string(64, '0'));
+  EXPECT_EQ(ErrorOf([&] { client->Call("Echo"); }).Code(), codes::kNotConnected);
+
+  json wrong = kCredentials;
+  wrong["password"] = "guess";
+  const RpcError refused = ErrorOf([&] { client->Connect(wrong); });
+  EXPECT_STREQ(refused.what(), "Usuário ou senha inválidos");
+  EXPECT_EQ(server.journal().Live(), 0);
+}
+
+TEST(HttpTest, SessionFailuresAndMalformedBodiesAreJsonRpcErrors) {
+  TestServer server;
+  auto client = server.HttpClient();
+  const RpcError error = ErrorOf([&] { client->Call("Abort"); });
+  EXPECT_TRUE(error.Aborted());
+  EXPECT_EQ(ErrorOf([&] { client->Call("Nope"); }).Code(), codes::kMethodNotFound);
+
+  const auto parseError = client->Post("{oops");
+  EXPECT_EQ(parseError.status, 200);
+  EXPECT_EQ(json::parse(parseError.body)["error"]["code"], codes::kParseError);
+
+  RpcHttpClient lost;
+  lost.Open("127.0.0.1", server.Port(), "/elsewhere");
+  EXPECT_EQ(lost.Post("{}").status, 404);
+}
+
+TEST(HttpTest, ACallbackOverHttpDropsTheCommandsAndCarriesOn) {
+  TestServer server;
+  auto client = server.HttpClient();
+  EXPECT_EQ(client->Call("Progress", {{"steps", 3}, {"Callback", true}}), 3);
+}
+
+TEST(HttpTest, AnIdleSessionExpiresAndAnActiveOneDoesNot) {
+  RpcServerOptions options;
+  options.httpSessionIdle = 150ms;
+  TestServer server(options);
+  auto idle = server.HttpClient();
+  auto active = server.HttpClient();
+
+  // Calls keep `active` alive well past the idle time, and a running call counts as activity.
+  EXPECT_EQ(active->Call("Sleep", {{"ms", 250}}), 250);
+  for (int i = 0; i < 4; ++i) {
+    std::this_thread::sleep_for(50ms);
+    EXPECT_EQ(active->Call("Echo"), json::object());
+  }
+  EXPECT_TRUE(server.journal().WaitForLive(1));
+  EXPECT_EQ(ErrorOf([&] { idle->Call("Echo"); }).Code(), codes::kNotConnected);
+  EXPECT_EQ(active->Call("Echo"), json::object());
+}
+
+TEST(HttpTest, AnOversizedBodyGets413AndTheServerCarriesOn) {
+  RpcServerOptions options;
+  options.maxMessageSize = 4096;
+  TestServer server(options);
+  auto client = server.HttpClient();
+
+  const std::string body = R"({"jsonrpc":"2.0","id":1,"method":"Echo","params":{"s":")" +
+                           std::string(100000, 'x') + "\"}}";
+  const auto refused = client->Post(body);
+  EXPECT_EQ(refused.status, 413);
+  EXPECT_EQ(json::parse(refused.body)["error"]["code"], codes::kMessageTooLarge);
+
+  EXPECT_EQ(client->Call("Echo", {{"n", 1}}), json({{"n", 1}}));  // on a new connection
+  EXPECT_EQ(server.HttpClient()->Call("Echo"), json::object());
+}
+
+}  // namespace
+}  // namespace zo::rpc::testing
