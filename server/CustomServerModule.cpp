@@ -1,5 +1,6 @@
 #include "server/CustomServerModule.h"
 
+#include <algorithm>
 #include <filesystem>
 #include <mutex>
 #include <set>
@@ -37,7 +38,17 @@ RootSetting& TheRoot() {
   return setting;
 }
 
-std::string First400(const std::string& s) { return text::Left(s, 400); }
+// The first 400 characters of a message. Counted in code points, so that a cut never splits a
+// UTF-8 sequence (Portuguese messages are full of them, and the line may end up in JSON).
+std::string First400(const std::string& s) {
+  constexpr size_t kMaxChars = 400;
+  size_t chars = 0;
+  for (size_t i = 0; i < s.size(); ++i) {
+    const bool startsChar = (static_cast<unsigned char>(s[i]) & 0xC0) != 0x80;
+    if (startsChar && chars++ == kMaxChars) return s.substr(0, i);
+  }
+  return s;
+}
 
 // Runs `guarded`, swallowing whatever it raises (the destructor's steps).
 template <class F>
@@ -163,7 +174,8 @@ void TZoCustomServerModule::ReplaceConnection(std::unique_ptr<TSQLConnection> co
   fSqlConnection = fOwnedConnection.get();
 }
 
-TSQLConnection* TZoCustomServerModule::CreateDataBaseConnection(const std::string& dataBaseName) {
+std::unique_ptr<TSQLConnection> TZoCustomServerModule::CreateDataBaseConnection(
+    const std::string& dataBaseName) const {
   auto connection = std::make_unique<TSQLConnection>();
   connection->SetLoginPrompt(false);
   connection->SetDriverName(kDriverName);
@@ -172,8 +184,7 @@ TSQLConnection* TZoCustomServerModule::CreateDataBaseConnection(const std::strin
   connection->Params().SetValue(
       "Database",
       (fs::path(GetCustomerDir(fCustomerID)) / fs::path(dataBaseName).filename()).string());
-  ReplaceConnection(std::move(connection));
-  return fSqlConnection;
+  return connection;
 }
 
 void TZoCustomServerModule::CreateDateSetProviders() {
@@ -196,13 +207,19 @@ void TZoCustomServerModule::UpdateConnection() {
   }
 }
 
-void TZoCustomServerModule::ConnectionChanged() {
+std::vector<TGenericDAO*> TZoCustomServerModule::DistinctDAOs() const {
   std::vector<TGenericDAO*> daos;
   if (fGenericDAO) daos.push_back(fGenericDAO.get());
   for (const auto& [cls, dao] : fHashClassDAO) {
-    if (std::find(daos.begin(), daos.end(), dao) == daos.end()) daos.push_back(dao);
+    if (dao != nullptr && std::find(daos.begin(), daos.end(), dao) == daos.end()) {
+      daos.push_back(dao);
+    }
   }
-  for (TGenericDAO* dao : daos) {
+  return daos;
+}
+
+void TZoCustomServerModule::ConnectionChanged() {
+  for (TGenericDAO* dao : DistinctDAOs()) {
     OutputDebugString(dao->ClassName());
     dao->SetSQLConnection(fSqlConnection);
   }
@@ -221,7 +238,7 @@ void TZoCustomServerModule::SetCurrentDataBase(const std::string& dataBaseName) 
   Guarded([&] {
     if (fSqlConnection != nullptr) fSqlConnection->Close();
   });
-  CreateDataBaseConnection(fCurrentDataBase);
+  ReplaceConnection(CreateDataBaseConnection(fCurrentDataBase));
   try {
     fSqlConnection->Open();
   } catch (...) {

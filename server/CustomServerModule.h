@@ -77,7 +77,9 @@ class TZoCustomServerModule : public TComponent {
 
   void AfterConstruction();
   virtual void Init();
-  TSQLConnection* CreateDataBaseConnection(const std::string& dataBaseName);
+  // A new, unopened connection to `dataBaseName`'s file inside the customer directory; the
+  // module's own connection is left alone (SetCurrentDataBase swaps it in).
+  std::unique_ptr<TSQLConnection> CreateDataBaseConnection(const std::string& dataBaseName) const;
   void CreateDateSetProviders();
   void UpdateConnection();
   virtual void ConnectionChanged();
@@ -107,7 +109,8 @@ class TZoCustomServerModule : public TComponent {
   // Runs the remote method `method` with JSON-RPC named parameters (the argument names above:
   // jObj, AClassName, id, ACondition, jArray, APropertyName, AStream (base64), currentID,
   // ATipoNext, AProperties; ProviderName for GetRecords). When the call fails, any
-  // transaction it left open is rolled back before the exception leaves.
+  // transaction it left open is rolled back before the exception leaves. `callback` lives
+  // only for the call: no DAO of the module keeps it afterwards.
   nlohmann::json CallMethod(const std::string& method, const nlohmann::json& params,
                             TZoCallback* callback);
   // Methods an application adds to its module (they are looked up before the built-in ones).
@@ -152,6 +155,10 @@ class TZoCustomServerModule : public TComponent {
 
  private:
   void Fire(TModuleEvent event);
+  // The default DAO, then every bound DAO once, in that order.
+  std::vector<TGenericDAO*> DistinctDAOs() const;
+  // Forgets `callback` in every DAO that still holds it.
+  void DropCallback(const TZoCallback* callback) noexcept;
   nlohmann::json Dispatch(const std::string& method, const nlohmann::json& params,
                           TZoCallback* callback);
   // The connection owned by the module, kept as a component-independent slot.

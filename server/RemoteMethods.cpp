@@ -2,6 +2,7 @@
 #include <nlohmann/json.hpp>
 
 #include "core/Exceptions.h"
+#include "dao/GenericDAO.h"
 #include "platform/db/DBXConnection.h"
 #include "platform/db/SQLConnection.h"
 #include "platform/json/Base64.h"
@@ -46,9 +47,25 @@ void TZoCustomServerModule::RegisterMethod(const std::string& name, TRemoteMetho
   fExtraMethods[name] = std::move(method);
 }
 
+void TZoCustomServerModule::DropCallback(const TZoCallback* callback) noexcept {
+  if (callback == nullptr) return;
+  const auto drop = [callback](TGenericDAO* dao) {
+    if (dao != nullptr && dao->CallBack() == callback) dao->SetCallBack(nullptr);
+  };
+  drop(fGenericDAO.get());
+  for (const auto& [cls, dao] : fHashClassDAO) drop(dao);
+}
+
 nlohmann::json TZoCustomServerModule::CallMethod(const std::string& method,
                                                  const nlohmann::json& params,
                                                  TZoCallback* callback) {
+  // The transport destroys the callback when the call ends, yet Insert leaves a DAO's callback
+  // in place when the next call brings none: a DAO must not keep a pointer to a dead one.
+  struct CallbackScope {
+    TZoCustomServerModule& module;
+    const TZoCallback* callback;
+    ~CallbackScope() { module.DropCallback(callback); }
+  } scope{*this, callback};
   try {
     return Dispatch(method, params, callback);
   } catch (...) {
