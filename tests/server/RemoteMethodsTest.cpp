@@ -1,0 +1,325 @@
+// The remote methods as a client reaches them: by name, with JSON in and out, over a real
+// demo database; their events, log lines and messages, and the asymmetries clients rely on.
+
+#include <algorithm>
+
+#include <fmt/format.h>
+
+#include "core/DebugOutput.h"
+#include "dao/GenericDAO.h"
+#include "examples/demo/DemoClasses.h"
+#include "persistence/ZoServerUtils.h"
+#include "platform/db/DBXConnection.h"
+#include "platform/db/DBXTransaction.h"
+#include "platform/db/SQLConnection.h"
+#include "tests/server/ServerTestSupport.h"
+#include "tests/support/RecordingCallback.h"
+
+namespace zo::testing {
+namespace {
+
+using nlohmann::json;
+
+constexpr const char* kNotRegistered = "Classe não registrada \"TNada\"";
+constexpr const char* kNoDAOFor =
+    "Método: TZoCustomServerModule.getDAO. Não há associação para a classe ";
+
+// A DAO that notes the callback each write finds and the identifiers DeleteArray receives.
+class TSpyDAO : public TGenericDAO {
+ public:
+  using TGenericDAO::TGenericDAO;
+  int32_t Insert(TBaseDataObject& obj) override {
+    insertSaw.push_back(CallBack());
+    return TGenericDAO::Insert(obj);
+  }
+  void Update(TBaseDataObject& obj) override {
+    updateSaw.push_back(CallBack());
+    TGenericDAO::Update(obj);
+  }
+  void DeleteArray(const std::vector<int32_t>& ids, TDataObjectClass) override {
+    deleteArrayIds = ids;
+  }
+  std::vector<const TZoCallback*> insertSaw;
+  std::vector<const TZoCallback*> updateSaw;
+  std::vector<int32_t> deleteArrayIds;
+};
+
+class RemoteMethodsTest : public ModuleTest {
+ protected:
+  RemoteMethodsTest() {
+    WriteDefaultConf();
+    module = MakeModule();
+    module->events.clear();
+  }
+
+  json Call(const std::string& method, const json& params, TZoCallback* callback = nullptr) {
+    return module->CallMethod(method, params, callback);
+  }
+  std::string Fails(const std::string& method, const json& params,
+                    TZoCallback* callback = nullptr) {
+    return MessageOf([&] { Call(method, params, callback); });
+  }
+  int32_t InsertCidade(const std::string& nome, const std::string& uf) {
+    return Call("Insert",
+                {{"jObj", ObjectJson("DemoClasses.TCidade", {{"Nome", nome}, {"UF", uf}})}})
+        .get<int32_t>();
+  }
+  json Produto(int32_t codigo, const std::string& descricao, double preco) {
+    return ObjectJson("DemoClasses.TProduto",
+                      {{"Codigo", codigo}, {"Descricao", descricao}, {"Preco", preco}});
+  }
+
+  RecordingCallback callback;
+  std::unique_ptr<TRecordingModule> module;
+};
+
+TEST_F(RemoteMethodsTest, WritesAndReadsFireTheirEventsAndLogTheirLines) {
+  std::vector<std::string> debug;
+  SetDebugOutput([&](const std::string& line) { debug.push_back(line); });
+  const json recife = ObjectJson("DemoClasses.TCidade",
+                                 {{"Nome", "Recife"}, {"UF", "PE"}, {"CodigoIBGE", 2611606}});
+  const int32_t id = Call("Insert", {{"jObj", recife}}, &callback).get<int32_t>();
+  ASSERT_GT(id, 0);
+
+  const json read = Call("Get", {{"AClassName", "TCidade"}, {"id", id}});
+  EXPECT_EQ(read.at("type"), "DemoClasses.TCidade");
+  EXPECT_EQ(read.at("fields").at("Codigo"), id);
+  EXPECT_EQ(read.at("fields").at("Nome"), "Recife");
+  EXPECT_EQ(read.at("fields").at("CodigoIBGE"), 2611606);
+  EXPECT_EQ(debug, std::vector<std::string>{db.Path()}) << "Get names the database it reads";
+  SetDebugOutput(nullptr);
+
+  json changed = read;
+  changed["fields"]["Nome"] = "Recife Antigo";
+  EXPECT_EQ(Call("Update", {{"jObj", changed}}, &callback), nullptr);
+  EXPECT_EQ(Call("Get", {{"AClassName", "TCidade"}, {"id", id}}).at("fields").at("Nome"),
+            "Recife Antigo");
+  EXPECT_EQ(Call("Delete", {{"AClassName", "TCidade"}, {"id", id}}, &callback), nullptr);
+  EXPECT_EQ(Call("Validate", {{"jObj", Produto(-1, "Caneta", 2.5)}}), nullptr);
+  // The DAO reports a missing row as an error; Get answers null and logs it.
+  EXPECT_EQ(Call("Get", {{"AClassName", "TCidade"}, {"id", id}}), nullptr);
+
+  EXPECT_EQ(module->events,
+            (std::vector<TModuleEvent>{meINSERT, meGET, meUPDATE, meGET, meDELETE, meVALIDATE}));
+  const std::string n = std::to_string(id);
+  EXPECT_EQ(
+      module->log,
+      (std::vector<LogLine>{{"Insert(" + n + ", DemoClasses.TCidade)", TTipoLogger::tlInclusao, 0},
+                            {"Update(" + n + ", DemoClasses.TCidade)", TTipoLogger::tlAlteracao, 0},
+                            {"Delete(" + n + ", TCidade)", TTipoLogger::tlExclusao, 0},
+                            {"Objeto inexistente no repositório. ID: " + n + ". Classe: TCidade",
+                             TTipoLogger::tlConsulta, 567}}));
+  EXPECT_EQ(module->DefaultDAO()->CallBack(), nullptr) << "no DAO keeps a finished call's callback";
+}
+
+TEST_F(RemoteMethodsTest, InsertKeepsTheCallbackWhenNoneIsGivenAndUpdateNeedsOne) {
+  TSpyDAO spy(module->SQLConnection());
+  const TDataObjectClass cidade = &demo::TCidade::StaticType();
+  ASSERT_TRUE(module->UnLinkDataClassFromDAO(cidade, nullptr));
+  module->LinkDataClassToDAO(cidade, &spy);
+  RecordingCallback application;  // one the application gave the DAO itself
+
+  spy.SetCallBack(&application);
+  const int32_t id = InsertCidade("Natal", "RN");
+  Call("Insert", {{"jObj", ObjectJson("DemoClasses.TCidade", {{"Nome", "Caicó"}, {"UF", "RN"}})}},
+       &callback);
+  EXPECT_EQ(spy.insertSaw, (std::vector<const TZoCallback*>{&application, &callback}));
+
+  // Without a callback Update clears the DAO's, changes nothing and still reports success.
+  spy.SetCallBack(&application);
+  module->log.clear();
+  module->events.clear();
+  Call("Update", {{"jObj", ObjectJson("DemoClasses.TCidade",
+                                      {{"Codigo", id}, {"Nome", "Mossoró"}, {"UF", "RN"}})}});
+  EXPECT_TRUE(spy.updateSaw.empty());
+  EXPECT_EQ(spy.CallBack(), nullptr);
+  EXPECT_EQ(
+      Scalar(*module->SQLConnection(), "select NOME from CIDADES where ID = " + std::to_string(id)),
+      "Natal");
+  EXPECT_EQ(module->events, std::vector<TModuleEvent>{meUPDATE});
+  EXPECT_EQ(module->log,
+            (std::vector<LogLine>{{"Update(" + std::to_string(id) + ", DemoClasses.TCidade)",
+                                   TTipoLogger::tlAlteracao, 0}}));
+
+  // DeleteArray reads each element's text; what is not a number becomes -1.
+  module->log.clear();
+  Call("DeleteArray",
+       {{"AClassName", "TCidade"}, {"jArray", json::parse(R"(["7", 8, "x", 2.5, null])")}},
+       &callback);
+  EXPECT_EQ(spy.deleteArrayIds, (std::vector<int32_t>{7, 8, -1, -1, -1}));
+  EXPECT_EQ(module->events.back(), meDELETE);
+  EXPECT_TRUE(module->log.empty());
+}
+
+TEST_F(RemoteMethodsTest, QueriesAnswerOverPropertyNames) {
+  const int32_t recife = InsertCidade("Recife", "PE");
+  const int32_t olinda = InsertCidade("Olinda", "PE");
+  const int32_t natal = InsertCidade("Natal", "RN");
+  module->log.clear();
+  module->events.clear();
+
+  json pe = Call("GetByCondition", {{"AClassName", "TCidade"}, {"ACondition", "UF = 'PE'"}});
+  ASSERT_EQ(pe.size(), 2u);
+  std::vector<std::string> names{pe[0]["fields"]["Nome"], pe[1]["fields"]["Nome"]};
+  std::sort(names.begin(), names.end());
+  EXPECT_EQ(names, (std::vector<std::string>{"Olinda", "Recife"}));
+  EXPECT_EQ(Call("GetByCondition", {{"AClassName", "TCidade"}, {"ACondition", "UF = 'SP'"}}),
+            json::array());
+
+  EXPECT_EQ(Call("GetCount", {{"AClassName", "TCidade"}, {"ACondition", "UF = 'PE'"}}), 2);
+  EXPECT_EQ(Call("GetCount", {{"AClassName", "TCidade"}, {"ACondition", ""}}), 3);
+  EXPECT_EQ(
+      Call("GetStrList",
+           {{"AClassName", "TCidade"}, {"AProperties", "Nome,UF"}, {"ACondition", "UF = 'RN'"}}),
+      fmt::format("|{}=Natal,RN| ", natal));
+
+  const auto next = [&](int32_t current, TTipoNext tipo, const std::string& condition) {
+    return Call("GetNextID", {{"currentID", current},
+                              {"AClassName", "TCidade"},
+                              {"ATipoNext", tipo},
+                              {"ACondition", condition}});
+  };
+  EXPECT_EQ(next(natal, tnFirst, ""), recife);
+  EXPECT_EQ(next(recife, tnNext, ""), olinda);
+  EXPECT_EQ(next(recife, tnPrevious, ""), recife) << "nothing before the first stays put";
+  EXPECT_EQ(next(recife, tnLast, ""), natal);
+  EXPECT_EQ(next(recife, tnLast, "UF = 'PE'"), olinda);
+
+  Call("DeleteArray", {{"AClassName", "TCidade"}, {"jArray", {recife, std::to_string(natal)}}});
+  EXPECT_EQ(Call("GetCount", {{"AClassName", "TCidade"}}), 1);
+  Call("DeleteArray", {{"AClassName", "TCidade"}, {"jArray", nullptr}});
+  EXPECT_EQ(module->events, (std::vector<TModuleEvent>{meDELETE, meDELETE}));
+  EXPECT_TRUE(module->log.empty());
+}
+
+TEST_F(RemoteMethodsTest, BlobsTravelAsBase64) {
+  const int32_t id = Call("Insert", {{"jObj", Produto(-1, "Caneta", 2.5)}}).get<int32_t>();
+  const std::string base64 = "AAEC/4A=";  // 00 01 02 FF 80
+  Call("SetBlobData",
+       {{"AClassName", "TProduto"}, {"id", id}, {"APropertyName", "Imagem"}, {"AStream", base64}});
+  EXPECT_EQ(
+      Call("GetBlobData", {{"AClassName", "TProduto"}, {"id", id}, {"APropertyName", "Imagem"}}),
+      base64);
+  EXPECT_NE(Fails("SetBlobData", {{"AClassName", "TProduto"},
+                                  {"id", id},
+                                  {"APropertyName", "Imagem"},
+                                  {"AStream", "não é base64"}}),
+            "");
+}
+
+TEST_F(RemoteMethodsTest, LookupFailuresRaiseTheirMessages) {
+  EXPECT_EQ(Fails("Insert", {{"jObj", nullptr}}),
+            "Método: TZoCustomServerModule.getClass. Objeto inválido");
+  const json endereco = ObjectJson("DemoClasses.TEndereco", {{"Rua", "Rua da Aurora"}});
+  for (const char* method : {"Insert", "Update", "Validate"}) {
+    EXPECT_EQ(Fails(method, {{"jObj", endereco}}, &callback), std::string(kNoDAOFor) + "TEndereco")
+        << method;
+  }
+  const json byName = {{"AClassName", "TNada"}, {"id", 1},
+                       {"jArray", {1}},         {"ACondition", ""},
+                       {"currentID", 1},        {"ATipoNext", 0},
+                       {"AProperties", "Nome"}, {"APropertyName", "Imagem"},
+                       {"AStream", nullptr}};
+  for (const char* method : {"Delete", "DeleteArray", "Get", "GetByCondition", "GetBlobData",
+                             "SetBlobData", "GetNextID", "GetStrList"}) {
+    EXPECT_EQ(Fails(method, byName), kNotRegistered) << method;
+  }
+  EXPECT_EQ(Fails("GetCount", byName), "Item not found");
+  EXPECT_TRUE(module->log.empty()) << "lookups fail before anything is logged";
+  EXPECT_TRUE(module->events.empty());
+
+  EXPECT_THROW(Call("Apagar", json::object()), EMethodNotFound);
+  EXPECT_THROW(Call("Get", {{"AClassName", "TCidade"}}), EInvalidParams);
+  EXPECT_THROW(Call("Get", {{"AClassName", "TCidade"}, {"id", "1"}}), EInvalidParams);
+}
+
+TEST_F(RemoteMethodsTest, FailedWritesLogAndReraiseAndAFailedReadAnswersNull) {
+  // Insert: the class and the first 400 characters of the message, never half a character.
+  std::string descricao;
+  for (int i = 0; i < 600; ++i) descricao += "ã";
+  const std::string message = "O preço do produto \"" + descricao + "\" deve ser maior que zero";
+  EXPECT_EQ(Fails("Insert", {{"jObj", Produto(-1, descricao, 0)}}), message);
+  std::string first400 = "O preço do produto \"";
+  for (int i = 0; i < 400 - 20; ++i) first400 += "ã";
+  ASSERT_EQ(module->log.size(), 1u);
+  EXPECT_EQ(module->log[0],
+            (LogLine{"DemoClasses.TProduto: " + first400, TTipoLogger::tlInclusao, 1}));
+
+  // Update: its own pattern, with the message.
+  const int32_t caneta = Call("Insert", {{"jObj", Produto(-1, "Caneta", 2.5)}}).get<int32_t>();
+  module->log.clear();
+  EXPECT_EQ(Fails("Update", {{"jObj", Produto(caneta, "Caneta", -1)}}, &callback),
+            "O preço do produto \"Caneta\" deve ser maior que zero");
+  EXPECT_EQ(module->log,
+            (std::vector<LogLine>{{fmt::format("Update({}, DemoClasses.TProduto): O preço do "
+                                               "produto \"Caneta\" deve ser maior que zero",
+                                               caneta),
+                                   TTipoLogger::tlAlteracao, 1}}));
+
+  // Delete: the line has no room for the message.
+  const int32_t recife = InsertCidade("Recife", "PE");
+  Exec(*module->SQLConnection(),
+       fmt::format("insert into CLIENTES(ID, NOME, CIDADE_ID) values(1, 'Ana', {})", recife));
+  module->log.clear();
+  module->events.clear();
+  EXPECT_EQ(Fails("Delete", {{"AClassName", "TCidade"}, {"id", recife}}, &callback),
+            "O registro está associado a outro registro. Não é possível sua exclusão");
+  EXPECT_EQ(module->log, (std::vector<LogLine>{{fmt::format("Delete({}, TCidade)", recife),
+                                                TTipoLogger::tlExclusao, 1}}));
+  EXPECT_TRUE(module->events.empty());
+
+  // Get: a failure reads as a missing object; only the log tells them apart.
+  Call("SetCurrentDataBase", {{"DataBaseName", ""}});
+  const std::string cause =
+      MessageOf([&] { module->DefaultDAO()->Get(recife, &demo::TCidade::StaticType()); });
+  ASSERT_NE(cause, "");
+  module->log.clear();
+  EXPECT_EQ(Call("Get", {{"AClassName", "TCidade"}, {"id", recife}}), nullptr);
+  EXPECT_EQ(module->log, (std::vector<LogLine>{{cause, TTipoLogger::tlConsulta, 567}}));
+  EXPECT_TRUE(module->events.empty());
+}
+
+TEST_F(RemoteMethodsTest, RegistryKeepsTheFirstBindingAndUnlinkingLeavesTheName) {
+  const TDataObjectClass cidade = &demo::TCidade::StaticType();
+  TGenericDAO other(module->SQLConnection());
+  module->LinkDataClassToDAO(cidade, &other);
+  EXPECT_EQ(module->GetDAO(cidade), module->DefaultDAO());
+  EXPECT_EQ(module->GetDAO("TNada"), module->DefaultDAO()) << "unknown names use the default";
+
+  EXPECT_TRUE(module->UnLinkDataClassFromDAO(cidade, &other));
+  EXPECT_FALSE(module->UnLinkDataClassFromDAO(cidade, nullptr));
+  EXPECT_EQ(module->GetClass("TCidade"), cidade);
+  EXPECT_EQ(MessageOf([&] { module->GetDAO("TCidade"); }), std::string(kNoDAOFor) + "TCidade");
+  EXPECT_EQ(Fails("Get", {{"AClassName", "TCidade"}, {"id", 1}}),
+            std::string(kNoDAOFor) + "TCidade")
+      << "a name without a binding is an error, not a null answer";
+  EXPECT_EQ(Call("GetCount", {{"AClassName", "TCidade"}}), 0) << "counting needs only the name";
+
+  module->LinkDataClassToDAO(cidade, &other);
+  EXPECT_EQ(module->GetDAO("TCidade"), &other);
+}
+
+TEST_F(RemoteMethodsTest, IdentifierArraysReadEachElementsText) {
+  EXPECT_TRUE(TZoCustomServerModule::UnSerializeIdArray(nullptr).empty());
+  EXPECT_EQ(TZoCustomServerModule::UnSerializeIdArray(json::parse(R"(["1", 2, " 3"])")),
+            (std::vector<int32_t>{1, 2, 3}));
+  EXPECT_EQ(MessageOf([] { TZoCustomServerModule::UnSerializeIdArray(json::parse(R"(["x"])")); }),
+            "'x' is not a valid integer value");
+}
+
+TEST_F(RemoteMethodsTest, AFailedCallRollsBackWhatItLeftOpen) {
+  std::unique_ptr<TDBXTransaction> leftOpen;
+  module->RegisterMethod("Falha", [&](const json&, TZoCallback*) -> json {
+    auto& connection = module->SQLConnection()->DBXConnection();
+    leftOpen = StartTransaction(connection);
+    ExecuteSqlCmd(connection, "insert into CIDADES(ID, NOME, UF) values(99, 'Fantasma', 'XX')");
+    throw Exception("falhou no meio");
+  });
+  EXPECT_EQ(Fails("Falha", json::object()), "falhou no meio");
+  EXPECT_FALSE(module->SQLConnection()->DBXConnection().InTransaction());
+  EXPECT_FALSE(leftOpen->Active());
+  EXPECT_EQ(Call("GetCount", {{"AClassName", "TCidade"}}), 0);
+}
+
+}  // namespace
+}  // namespace zo::testing

@@ -1,0 +1,90 @@
+#include "tests/server/ServerTestSupport.h"
+
+#include <fstream>
+#include <sstream>
+
+#include "examples/demo/DemoClasses.h"
+#include "platform/db/DBXCommand.h"
+#include "platform/db/DBXConnection.h"
+#include "platform/db/DBXReader.h"
+
+namespace zo::testing {
+namespace fs = std::filesystem;
+
+void PrintTo(const LogLine& line, std::ostream* os) {
+  *os << "{\"" << line.text << "\", " << static_cast<int>(line.tipo) << ", " << line.erro << "}";
+}
+
+TRecordingModule::TRecordingModule(const TModuleCreateArgs& args) : TDemoServerModule(args) {
+  OnModuleEvent = [this](TZoCustomServerModule&, TModuleEvent event) { events.push_back(event); };
+}
+
+void TRecordingModule::AddToDataBaseLog(const std::string& text, TTipoLogger tipo, int32_t erro) {
+  log.push_back({text, tipo, erro});
+}
+
+ModuleTest::ModuleTest() : previousDir_(fs::current_path()) {
+  demo::RegisterDemoClasses();
+  fs::current_path(root_.Path());
+  SetApplicationRoot(root_.Path().string());
+}
+
+ModuleTest::~ModuleTest() {
+  SetApplicationRoot("");
+  fs::current_path(previousDir_);
+}
+
+void ModuleTest::WriteFile(const std::string& relative, const std::string& content) const {
+  const fs::path path = Root() / relative;
+  fs::create_directories(path.parent_path());
+  std::ofstream(path, std::ios::binary) << content;
+}
+
+std::string ModuleTest::ReadFile(const std::string& relative) const {
+  std::ifstream in(Root() / relative, std::ios::binary);
+  std::ostringstream content;
+  content << in.rdbuf();
+  return content.str();
+}
+
+void ModuleTest::WriteDefaultConf() const {
+  WriteFile("conn.conf", "Database=" + db.Path() + "\nUser_Name=SYSDBA\nPassword=masterkey\n");
+}
+
+void ModuleTest::CopyDemoDatabase(const std::string& relative) const {
+  const DemoDatabase fresh;
+  const fs::path target = Root() / relative;
+  fs::create_directories(target.parent_path());
+  fs::copy_file(fresh.Path(), target);
+}
+
+std::unique_ptr<TRecordingModule> ModuleTest::MakeModule(const std::string& customer,
+                                                         const std::string& user) {
+  TZoServerClass serverClass;
+  serverClass.SetModuleClass(ModuleClassOf<TRecordingModule>());
+  TModuleCreateArgs args;
+  args.customerID = customer;
+  args.username = user;
+  auto module = serverClass.CreateModule(args);
+  return std::unique_ptr<TRecordingModule>(static_cast<TRecordingModule*>(module.release()));
+}
+
+void Exec(TSQLConnection& connection, const std::string& sql) {
+  auto cmd = connection.DBXConnection().CreateCommand();
+  cmd->SetText(sql);
+  cmd->ExecuteUpdate();
+}
+
+std::string Scalar(TSQLConnection& connection, const std::string& sql) {
+  auto cmd = connection.DBXConnection().CreateCommand();
+  cmd->SetText(sql);
+  auto reader = cmd->ExecuteQuery();
+  if (!reader->Next() || reader->IsNull(0)) return {};
+  return reader->GetString(0);
+}
+
+nlohmann::json ObjectJson(const std::string& type, nlohmann::json fields) {
+  return {{"type", type}, {"fields", std::move(fields)}};
+}
+
+}  // namespace zo::testing
