@@ -1,0 +1,92 @@
+#include "platform/db/Cursor.h"
+
+#include "core/Exceptions.h"
+#include "platform/db/BlobRead.h"
+#include "platform/db/Session.h"
+
+namespace zo::db {
+
+Cursor::Cursor(std::shared_ptr<Session> session, fb::Statement statement,
+               Firebird::ITransaction* transaction, bool hasCursor)
+    : session_(std::move(session)),
+      transaction_(fb::Ref<Firebird::ITransaction>::Share(transaction)),
+      statement_(std::move(statement)) {
+  fb::Status status;
+  auto* s = status.Throwing();
+  const fb::Ref<Firebird::IMessageMetadata> metadata(statement_->getOutputMetadata(s));
+  layout_ = ColumnLayout(metadata.get());
+  row_.resize(layout_.MessageLength());
+  if (hasCursor) {
+    resultSet_ =
+        fb::ResultSet(statement_->openCursor(s, transaction, nullptr, nullptr, metadata.get(), 0));
+    position_ = Position::BeforeRows;
+  } else if (!layout_.Columns().empty()) {
+    statement_->execute(s, transaction, nullptr, nullptr, metadata.get(), row_.data());
+    position_ = Position::BeforeSingleRow;
+  } else {
+    statement_->execute(s, transaction, nullptr, nullptr, nullptr, nullptr);
+  }
+  session_->Register(this);
+}
+
+Cursor::~Cursor() {
+  session_->Unregister(this);
+  Close();
+}
+
+bool Cursor::Next() {
+  switch (position_) {
+    case Position::BeforeSingleRow:
+      position_ = Position::OnSingleRow;
+      return true;
+    case Position::OnSingleRow:
+      position_ = Position::AfterRows;
+      return false;
+    case Position::BeforeRows:
+    case Position::OnRow: {
+      if (!resultSet_) {
+        throw Exception(endedBecause_ ? endedBecause_ : "The reader is closed");
+      }
+      fb::Status status;
+      if (resultSet_->fetchNext(status.Throwing(), row_.data()) == Firebird::IStatus::RESULT_OK) {
+        position_ = Position::OnRow;
+        return true;
+      }
+      // Done: give the engine its cursor back now rather than when the reader goes.
+      position_ = Position::AfterRows;
+      resultSet_.EndWith([](Firebird::IResultSet* r, fb::ThrowStatus* st) { r->close(st); });
+      return false;
+    }
+    case Position::AfterRows:
+      return false;
+  }
+  return false;
+}
+
+void Cursor::End(const char* reason) noexcept {
+  endedBecause_ = reason;
+  resultSet_.Reset();
+  statement_.Reset();
+  transaction_.Reset();
+}
+
+void Cursor::Close() noexcept {
+  position_ = Position::AfterRows;
+  End("The reader is closed");
+}
+
+FieldValue Cursor::Field(int column) const {
+  if (position_ != Position::OnRow && position_ != Position::OnSingleRow) {
+    throw Exception("The reader has no current row");
+  }
+  return Decode(layout_.Columns()[static_cast<std::size_t>(column)], row_.data());
+}
+
+std::string Cursor::ReadBlob(const FieldValue& value) const {
+  if (!transaction_) {
+    throw Exception(endedBecause_ ? endedBecause_ : "The reader is closed");
+  }
+  return db::ReadBlob(session_->Attachment(), transaction_.get(), value.blobId);
+}
+
+}  // namespace zo::db
