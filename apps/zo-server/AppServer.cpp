@@ -3,12 +3,16 @@
 #include <unistd.h>
 
 #include <chrono>
+#include <csignal>
 #include <ctime>
 #include <filesystem>
 #include <iostream>
 #include <mutex>
 #include <optional>
 #include <string>
+
+#include <boost/asio/io_context.hpp>
+#include <boost/asio/signal_set.hpp>
 
 #include "apps/zo-server/ModuleSession.h"
 #include "core/DebugOutput.h"
@@ -168,13 +172,19 @@ int RunAppServer(int argc, char** argv, const TServerApplication& app) {
     rpcOptions.maxMessageSize = options->maxMessageBytes;
     rpcOptions.logLevel = options->logLevel;
     rpcOptions.logSink = log;
+    // Caught from before the announcement on: whoever reads "listening" and at once sends
+    // SIGTERM must get a graceful stop, not the signal's default death.
+    boost::asio::io_context signalIo;
+    boost::asio::signal_set signals(signalIo, SIGINT, SIGTERM);
+    signals.async_wait([](const boost::system::error_code&, int) {});
     rpc::RpcServer server(factory, rpcOptions);
     server.Start();
     std::cout << app.name << " listening on ws://" << options->bind << ":" << server.Port()
               << "/zo and http://" << options->bind << ":" << server.Port() << "/zo/rpc\n"
               << "application root: " << ApplicationRoot() << "\n"
               << "Ctrl-C stops the server." << std::endl;
-    rpc::RunUntilTerminated(server);
+    signalIo.run();  // returns once the signal's handler has run
+    server.Stop();
     std::cout << "stopped" << std::endl;
     return 0;
   } catch (const std::exception& e) {
