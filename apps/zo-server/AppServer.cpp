@@ -1,5 +1,6 @@
 #include "apps/zo-server/AppServer.h"
 
+#include <ibase.h>  // fb_shutdown
 #include <unistd.h>
 
 #include <chrono>
@@ -137,6 +138,20 @@ void EnterRoot(const Options& options) {
   }
 }
 
+// Stops the embedded database engine when the server ends. Its threads would otherwise still
+// run while the process unloads the engine, and a server that stopped cleanly would die of
+// SIGSEGV in the engine's static destructors (seen after clients of several customers).
+class DatabaseEngineShutdown {
+ public:
+  DatabaseEngineShutdown() = default;
+  ~DatabaseEngineShutdown() { fb_shutdown(kTimeoutMs, fb_shutrsn_app_stopped); }
+  DatabaseEngineShutdown(const DatabaseEngineShutdown&) = delete;
+  DatabaseEngineShutdown& operator=(const DatabaseEngineShutdown&) = delete;
+
+ private:
+  static constexpr unsigned kTimeoutMs = 10000;
+};
+
 }  // namespace
 
 int RunAppServer(int argc, char** argv, const TServerApplication& app) {
@@ -151,6 +166,8 @@ int RunAppServer(int argc, char** argv, const TServerApplication& app) {
     PrintHelp(argv[0], app);
     return 0;
   }
+  // Declared before the server: runs after every module (and its attachment) is gone.
+  const DatabaseEngineShutdown engineShutdown;
   try {
     EnterRoot(*options);
     if (app.registerClasses) app.registerClasses();
