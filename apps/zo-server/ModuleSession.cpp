@@ -11,8 +11,13 @@ namespace zo::app {
 namespace {
 
 std::string TextParam(const nlohmann::json& params, const char* name) {
-  if (!params.is_object() || !params.contains(name) || !params.at(name).is_string()) {
+  if (!params.is_object() || !params.contains(name)) {
     throw rpc::InvalidParams(std::string("Parâmetro obrigatório ausente: ") + name);
+  }
+  // Told apart from a missing one: a client that sends a number must not go looking for a
+  // parameter it did send.
+  if (!params.at(name).is_string()) {
+    throw rpc::InvalidParams(std::string("Parâmetro ") + name + ": esperado texto");
   }
   return params.at(name).get<std::string>();
 }
