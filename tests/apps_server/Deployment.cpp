@@ -1,0 +1,180 @@
+#include "tests/apps_server/Deployment.h"
+
+#include <fstream>
+#include <stdexcept>
+#include <thread>
+
+#include <fmt/format.h>
+
+namespace zo::testing {
+namespace {
+
+namespace fs = std::filesystem;
+using namespace std::chrono_literals;
+
+constexpr auto kToolTimeout = 120s;
+
+void WriteText(const fs::path& path, const std::string& text) {
+  std::ofstream(path, std::ios::binary) << text;
+}
+
+// The demo's sample data, then the city batches, in one script: one attachment, one commit.
+std::string SeedScript() {
+  std::string script = ReadText(ZO_DEMO_DATA_SQL);
+  script += fmt::format(
+      "\nSET TERM ^ ;\n"
+      "EXECUTE BLOCK AS\n"
+      "  DECLARE b INTEGER = 0;\n"
+      "  DECLARE i INTEGER;\n"
+      "BEGIN\n"
+      "  WHILE (b < {0}) DO BEGIN\n"
+      "    i = 0;\n"
+      "    WHILE (i < {1}) DO BEGIN\n"
+      "      INSERT INTO CIDADES (ID, NOME, UF, COD_IBGE)\n"
+      "        VALUES (100001 + :b * {1} + :i, 'Lote ' || :b || ' cidade ' || :i,\n"
+      "                'Z' || ASCII_CHAR(65 + :b), 0);\n"
+      "      i = i + 1;\n"
+      "    END\n"
+      "    b = b + 1;\n"
+      "  END\n"
+      "END^\n"
+      "SET TERM ; ^\n",
+      kBatches, kBatchSize);
+  return script;
+}
+
+void ExpectToolSucceeded(int code, const fs::path& errors, const std::string& what) {
+  if (code != 0) {
+    throw std::runtime_error(what + " failed (" + std::to_string(code) + "):\n" + ReadText(errors));
+  }
+}
+
+// Provisions every customer at once (each is its own process and database file). The root's
+// conn.conf and CustomersDB exist beforehand, so the runs do not race to create them.
+void AddCustomers(const fs::path& root, const fs::path& io,
+                  const std::vector<Customer>& customers) {
+  WriteText(root / "conn.conf",
+            "User_Name=SYSDBA\nPassword=masterkey\nSQLDialect=3\nCharSet=UTF8\n");
+  fs::create_directories(root / "CustomersDB");
+  std::vector<std::unique_ptr<ChildProcess>> runs;
+  for (const auto& customer : customers) {
+    const fs::path password = io / (customer.id + ".pw");
+    WriteText(password, customer.password + "\n");
+    runs.push_back(std::make_unique<ChildProcess>(
+        ZO_SCHEMA_BIN,
+        std::vector<std::string>{"customer", "add", customer.id, "--root", root.string(), "--user",
+                                 customer.login, "--password-stdin"},
+        ChildStreams{io, password, {}, io / (customer.id + ".err")}));
+  }
+  for (std::size_t i = 0; i < runs.size(); ++i) {
+    const auto code = runs[i]->Wait(kToolTimeout);
+    ExpectToolSucceeded(code.value_or(-1), io / (customers[i].id + ".err"),
+                        "zo-schema customer add " + customers[i].id);
+  }
+}
+
+void Seed(const fs::path& root, const fs::path& io, const Customer& customer) {
+  WriteText(io / "seed.sql", SeedScript());
+  const fs::path database = root / "CustomersDB" / customer.id / "ZO.FDB";
+  const int code = RunTool(ZO_SCHEMA_BIN, {"apply", "--db", database.string(), "seed.sql"},
+                           ChildStreams{io, {}, {}, io / "seed.err"}, kToolTimeout);
+  ExpectToolSucceeded(code, io / "seed.err", "zo-schema apply");
+}
+
+}  // namespace
+
+std::vector<int> CityBatchIds(int batch) {
+  std::vector<int> ids;
+  for (int i = 0; i < kBatchSize; ++i) ids.push_back(100001 + batch * kBatchSize + i);
+  return ids;
+}
+
+std::string CityBatchCondition(int batch) {
+  return fmt::format("UF = 'Z{}'", static_cast<char>('A' + batch));
+}
+
+Deployment::Deployment(const DeploymentOptions& options) {
+  const TempDir io;
+  AddCustomers(Root(), io.Path(), options.customers);
+  if (options.seedAcme) Seed(Root(), io.Path(), kAcme);
+  server_ = std::make_unique<ZoServerProcess>(Root(), options.serverArgs);
+}
+
+rpc::RpcClientOptions ClientOptions() {
+  rpc::RpcClientOptions options;
+  options.timeout = 30s;
+  options.connectTimeout = 5s;
+  return options;
+}
+
+json Credentials(const Customer& customer) {
+  return {{"customer", customer.id}, {"user", customer.login}, {"password", customer.password}};
+}
+
+std::unique_ptr<rpc::RpcClient> Deployment::OpenWs() const {
+  auto client = std::make_unique<rpc::RpcClient>(ClientOptions());
+  client->Open("127.0.0.1", Port());
+  return client;
+}
+
+std::unique_ptr<rpc::RpcClient> Deployment::ConnectWs(const Customer& customer) const {
+  auto client = OpenWs();
+  client->Connect(Credentials(customer));
+  return client;
+}
+
+std::unique_ptr<rpc::RpcHttpClient> Deployment::OpenHttp() const {
+  auto client = std::make_unique<rpc::RpcHttpClient>(ClientOptions());
+  client->Open("127.0.0.1", Port());
+  return client;
+}
+
+std::unique_ptr<rpc::RpcHttpClient> Deployment::ConnectHttp(const Customer& customer) const {
+  auto client = OpenHttp();
+  client->Connect(Credentials(customer));
+  return client;
+}
+
+rpc::RpcError ErrorOf(const std::function<void()>& call) {
+  try {
+    call();
+  } catch (const rpc::RpcError& error) {
+    return error;
+  }
+  ADD_FAILURE() << "the call succeeded; an error was expected";
+  return rpc::RpcError(0, "no error");
+}
+
+std::unique_ptr<Deployment> LiveServerTest::deployment_;
+
+void LiveServerTest::StartServer(const DeploymentOptions& options) {
+  try {
+    deployment_ = std::make_unique<Deployment>(options);
+  } catch (const std::exception& e) {
+    ADD_FAILURE() << e.what();
+  }
+}
+
+void LiveServerTest::StopServer() {
+  if (!deployment_) return;
+  auto& server = deployment_->Server();
+  // A client waiting for messages when the server stops is told it is going away (1001).
+  const auto bystander = deployment_->ConnectWs(kAcme);
+  std::string closed;
+  std::thread reader([&] {
+    try {
+      closed = "unexpected message: " + bystander->ReceiveText();
+    } catch (const std::exception& e) {
+      closed = e.what();
+    }
+  });
+  std::this_thread::sleep_for(100ms);  // the reader is blocked in its read by now
+  const auto code = server.Stop();
+  reader.join();
+  EXPECT_EQ(code, 0) << "SIGTERM must stop zo-server cleanly. Log:\n" << server.Log();
+  EXPECT_NE(server.Output().find("stopped"), std::string::npos) << server.Output();
+  EXPECT_NE(closed.find("(1001"), std::string::npos) << closed;
+  deployment_.reset();
+}
+
+}  // namespace zo::testing

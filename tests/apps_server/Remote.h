@@ -1,0 +1,32 @@
+#pragma once
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include <nlohmann/json.hpp>
+
+#include "tests/apps_server/Deployment.h"
+
+namespace zo::testing {
+
+// One connected client of either transport, so that a test can run the same calls over both.
+class Remote {
+ public:
+  virtual ~Remote() = default;
+  virtual json Call(const std::string& method, const json& params = json::object()) = 0;
+  // The progress commands received so far (WebSocket only: HTTP has no way back).
+  const std::vector<json>& Commands() const { return commands_; }
+
+ protected:
+  std::vector<json> commands_;
+};
+
+// "ws" or "http".
+std::unique_ptr<Remote> ConnectRemote(const Deployment& deployment, const std::string& transport,
+                                      const Customer& customer);
+
+// The class name of a data object's or a wait-screen command's JSON, without its unit.
+std::string ShortType(const json& object);
+
+}  // namespace zo::testing

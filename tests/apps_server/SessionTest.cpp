@@ -1,0 +1,130 @@
+// Tenants and session lifetimes: each customer reaches only its own database, and a session
+// that ends (idle HTTP token, closed socket) takes its module and database connection with it.
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "core/Exceptions.h"
+#include "tests/apps_server/Remote.h"
+#include "tests/support/DemoDatabase.h"
+
+namespace zo::testing {
+namespace {
+
+using namespace std::chrono_literals;
+
+json City(const std::string& nome) {
+  return {{"type", "DemoClasses.TCidade"}, {"fields", {{"Nome", nome}, {"UF", "TT"}}}};
+}
+
+int CountNamed(Remote& remote, const std::string& prefix) {
+  return remote
+      .Call("GetCount", {{"AClassName", "TCidade"}, {"ACondition", "Nome like '" + prefix + "%'"}})
+      .get<int>();
+}
+
+class ServerTenants : public LiveServerTest {
+ protected:
+  static void SetUpTestSuite() { StartServer({}); }
+  static void TearDownTestSuite() { StopServer(); }
+};
+
+TEST_F(ServerTenants, EachCustomerSeesOnlyItsOwnDatabase) {
+  const auto acme = ConnectRemote(Live(), "ws", kAcme);
+  const auto beta = ConnectRemote(Live(), "http", kBeta);
+  EXPECT_EQ(acme->Call("GetCurrentDataBase"), "CustomersDB/ACME/ZO.FDB");
+  EXPECT_EQ(beta->Call("GetCurrentDataBase"), "CustomersDB/BETA/ZO.FDB");
+  EXPECT_EQ(acme->Call("Get", {{"AClassName", "TUser"}, {"id", 1}})["fields"]["Login"], "ana");
+  EXPECT_EQ(beta->Call("Get", {{"AClassName", "TUser"}, {"id", 1}})["fields"]["Login"], "rui");
+  EXPECT_EQ(CountNamed(*beta, "Campinas"), 0);  // ACME's sample data
+
+  // Clients of both customers at once: every row lands with its own customer.
+  constexpr int kPerClient = 15;
+  std::vector<std::thread> clients;
+  std::vector<std::string> failures(4);
+  for (int c = 0; c < 4; ++c) {
+    clients.emplace_back([&, c] {
+      try {
+        const auto remote = ConnectRemote(Live(), c % 2 ? "http" : "ws", c < 2 ? kAcme : kBeta);
+        for (int i = 0; i < kPerClient; ++i) {
+          remote->Call("Insert", {{"jObj", City((c < 2 ? "TenantACME-" : "TenantBETA-") +
+                                                std::to_string(c) + "." + std::to_string(i))}});
+        }
+      } catch (const std::exception& e) {
+        failures[c] = e.what();
+      }
+    });
+  }
+  for (auto& client : clients) client.join();
+  for (const auto& failure : failures) EXPECT_EQ(failure, "");
+  EXPECT_EQ(CountNamed(*acme, "TenantACME"), 2 * kPerClient);
+  EXPECT_EQ(CountNamed(*acme, "TenantBETA"), 0);
+  EXPECT_EQ(CountNamed(*beta, "TenantBETA"), 2 * kPerClient);
+  EXPECT_EQ(CountNamed(*beta, "TenantACME"), 0);
+}
+
+// A server with a one-second idle timeout for HTTP sessions and the debug log, which tells when
+// a session is closed.
+class ServerSessionEnd : public LiveServerTest {
+ protected:
+  static void SetUpTestSuite() {
+    StartServer({.seedAcme = false, .serverArgs = {"--idle-timeout", "1", "--log-level", "debug"}});
+  }
+  static void TearDownTestSuite() { StopServer(); }
+
+  // Embedded Firebird lets one process at a time hold a database file: this process can open
+  // the customer's database only once the server has let go of it.
+  static std::string OpenFromHere(const Customer& customer) {
+    try {
+      OpenConnection((Live().Root() / "CustomersDB" / customer.id / "ZO.FDB").string())->Close();
+      return "";
+    } catch (const std::exception& e) {
+      return e.what();
+    }
+  }
+  // The session's end is logged just before its module goes: give the module a moment.
+  static std::string OpenFromHereSoon(const Customer& customer) {
+    std::string error = OpenFromHere(customer);
+    for (int i = 0; i < 100 && !error.empty(); ++i) {
+      std::this_thread::sleep_for(50ms);
+      error = OpenFromHere(customer);
+    }
+    return error;
+  }
+};
+
+TEST_F(ServerSessionEnd, IdleHttpSessionExpiresWithItsModule) {
+  const auto http = Live().ConnectHttp(kAcme);
+  const json params = {{"AClassName", "TUser"}};
+  EXPECT_EQ(http->Call("GetCount", params), 1);
+  EXPECT_NE(OpenFromHere(kAcme), "") << "the session's module holds the database";
+  // WebSocket sessions live as long as their socket, however idle.
+  const auto ws = Live().ConnectWs(kBeta);
+
+  EXPECT_TRUE(Live().Server().WaitForLog("session closed (expired): customer=ACME user=ana", 10s))
+      << Live().Server().Log();
+  const rpc::RpcError expired = ErrorOf([&] { http->Call("GetCount", params); });
+  EXPECT_EQ(expired.Code(), rpc::codes::kNotConnected);
+  EXPECT_STREQ(expired.what(), "Unknown or expired session");
+  EXPECT_EQ(OpenFromHereSoon(kAcme), "") << "the expired module must have closed its connection";
+  EXPECT_EQ(ws->Call("GetCount", params), 1);
+  EXPECT_EQ(Live().ConnectHttp(kAcme)->Call("GetCount", params), 1);  // a new session opens it
+}
+
+TEST_F(ServerSessionEnd, ClosedSocketEndsTheSessionWithItsModule) {
+  const std::string closed = "session closed (closed by the client): customer=BETA user=rui";
+  const int closedBefore = Live().Server().CountInLog(closed);
+  auto ws = Live().ConnectWs(kBeta);
+  EXPECT_EQ(ws->Call("GetCount", {{"AClassName", "TUser"}}), 1);
+  EXPECT_NE(OpenFromHere(kBeta), "");
+  ws->Close();
+  EXPECT_TRUE(Live().Server().WaitForLog(closed, 10s, closedBefore + 1)) << Live().Server().Log();
+  EXPECT_EQ(OpenFromHereSoon(kBeta), "");
+}
+
+}  // namespace
+}  // namespace zo::testing
