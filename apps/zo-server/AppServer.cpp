@@ -138,18 +138,29 @@ void EnterRoot(const Options& options) {
   }
 }
 
-// Stops the embedded database engine when the server ends. Its threads would otherwise still
-// run while the process unloads the engine, and a server that stopped cleanly would die of
-// SIGSEGV in the engine's static destructors (seen after clients of several customers).
+// The database client library reacts to SIGINT and SIGTERM on its own: it shuts the engine
+// down from a thread of its own while the server still finishes calls and closes modules, and
+// the process then died of SIGSEGV now and then after a clean stop (exit 139). The library's
+// shutdown on a signal is refused here; the server stops in order and then shuts the engine
+// down itself, before the process unloads it.
 class DatabaseEngineShutdown {
  public:
-  DatabaseEngineShutdown() = default;
-  ~DatabaseEngineShutdown() { fb_shutdown(kTimeoutMs, fb_shutrsn_app_stopped); }
+  DatabaseEngineShutdown() {
+    ISC_STATUS_ARRAY status{};
+    if (fb_shutdown_callback(status, RefuseSignal, fb_shut_confirmation, nullptr) != 0) {
+      throw Exception("Não foi possível controlar o encerramento do Firebird");
+    }
+  }
+  ~DatabaseEngineShutdown() { fb_shutdown(kTimeoutMs, kReasonServerStopped); }
   DatabaseEngineShutdown(const DatabaseEngineShutdown&) = delete;
   DatabaseEngineShutdown& operator=(const DatabaseEngineShutdown&) = delete;
 
  private:
+  static int RefuseSignal(const int reason, const int /*mask*/, void* /*arg*/) {
+    return reason == fb_shutrsn_signal ? 1 : 0;
+  }
   static constexpr unsigned kTimeoutMs = 10000;
+  static constexpr int kReasonServerStopped = 1;  // applications use positive reasons
 };
 
 }  // namespace
@@ -166,9 +177,9 @@ int RunAppServer(int argc, char** argv, const TServerApplication& app) {
     PrintHelp(argv[0], app);
     return 0;
   }
-  // Declared before the server: runs after every module (and its attachment) is gone.
-  const DatabaseEngineShutdown engineShutdown;
   try {
+    // Declared before the server: shuts the engine down after every module has gone.
+    const DatabaseEngineShutdown engineShutdown;
     EnterRoot(*options);
     if (app.registerClasses) app.registerClasses();
     const rpc::LogSink log = MakeLogSink();

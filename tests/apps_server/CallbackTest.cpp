@@ -67,6 +67,7 @@ class ForkedClient {
   ForkedClient& operator=(const ForkedClient&) = delete;
 
   std::optional<int> Wait(std::chrono::milliseconds timeout) {
+    if (pid_ <= 0) return std::nullopt;  // fork failed
     const auto deadline = std::chrono::steady_clock::now() + timeout;
     int status = 0;
     while (::waitpid(pid_, &status, WNOHANG) != pid_) {
