@@ -51,14 +51,13 @@ std::unique_ptr<rpc::IRpcSession> TModuleSessionFactory::Connect(const nlohmann:
   const std::string user = TextParam(params, "user");
   const std::string password = TextParam(params, "password");
   if (!IsValidCustomerId(customer)) throw Exception("Identificador de cliente inválido");
-  if (!IsValidLogin(user)) throw Exception("Usuário ou senha inválidos");
+  // An unknown customer is answered like a wrong password: before it has logged in, a client
+  // must not learn who the customers of this server are.
+  const std::string refused = "Usuário ou senha inválidos";
+  if (!IsValidLogin(user)) throw Exception(refused);
   const auto customerDir = TZoCustomServerModule::GetCustomerDir(customer);
-  if (!std::filesystem::is_directory(customerDir)) {
-    throw Exception("Cliente desconhecido: " + customer);
-  }
-  if (!authenticator_->Authenticate(customer, user, password)) {
-    throw Exception("Usuário ou senha inválidos");
-  }
+  if (!std::filesystem::is_directory(customerDir)) throw Exception(refused);
+  if (!authenticator_->Authenticate(customer, user, password)) throw Exception(refused);
   TModuleCreateArgs args;
   args.username = user;
   args.customerID = customer;
