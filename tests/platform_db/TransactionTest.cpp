@@ -1,6 +1,5 @@
-// Explicit transactions, savepoints, auto-commit and the trace.
+// Explicit transactions, savepoints and auto-commit.
 #include <string>
-#include <vector>
 
 #include "core/Exceptions.h"
 #include "platform/db/DatabaseError.h"
@@ -127,18 +126,6 @@ TEST_F(SqlTransactionTest, TransactionsHaveTheAgreedSettings) {
   auto tx = Dbx().BeginTransaction();
   EXPECT_EQ(Scalar(conn_, settings), "2 0 10");
   Dbx().CommitFreeAndNil(tx);
-}
-
-TEST_F(SqlTransactionTest, TraceRecordsEachStatementText) {
-  std::vector<std::string> seen;
-  conn_.SetTrace([&seen](const std::string& text) { seen.push_back(text); });
-  Update(conn_, "INSERT INTO T VALUES (1)");
-  Query(conn_, "SELECT ID FROM T");
-  EXPECT_THROW(Update(conn_, "INSERT INTO NOWHERE VALUES (1)"), EDatabaseError);
-  conn_.SetTrace({});
-  Update(conn_, "DELETE FROM T");
-  EXPECT_EQ(seen, (std::vector<std::string>{"INSERT INTO T VALUES (1)", "SELECT ID FROM T",
-                                            "INSERT INTO NOWHERE VALUES (1)"}));
 }
 
 }  // namespace

@@ -2,7 +2,6 @@
 
 #include <nlohmann/json.hpp>
 
-#include "core/ClassRegistry.h"
 #include "core/Streams.h"
 #include "examples/demo/DemoClasses.h"
 #include "platform/json/JSONMarshal.h"
@@ -34,19 +33,6 @@ class JsonRoundTripTest : public ::testing::Test {
   zo::TJSONMarshal marshal_;
   zo::TJSONUnMarshal unmarshal_;
 };
-
-TEST_F(JsonRoundTripTest, EveryRegisteredClassWithDefaultValues) {
-  int count = 0;
-  for (zo::TDataObjectClass cls : zo::RegisteredClasses()) {
-    if (cls->IsAbstract()) continue;
-    SCOPED_TRACE(cls->QualifiedName());
-    const auto original = cls->Create();
-    const auto back = RoundTrip(*original);
-    ExpectSameObject(*original, *back);
-    ++count;
-  }
-  EXPECT_GE(count, 13);  // the demo classes and the core library's
-}
 
 TEST_F(JsonRoundTripTest, OrderWithCustomerCityAddressItemsAndDates) {
   const auto original = MakePedido();

@@ -127,19 +127,6 @@ TestServer::TestServer(RpcServerOptions options) : factory_(std::make_shared<Fak
 // Stops explicitly: the server's threads use the log sink, which goes away with this object.
 TestServer::~TestServer() { server_->Stop(); }
 
-std::vector<std::string> TestServer::AccessLines(std::size_t count) {
-  std::vector<std::string> lines;
-  for (int attempt = 0; attempt < 200 && lines.size() < count; ++attempt) {
-    if (attempt > 0) std::this_thread::sleep_for(std::chrono::milliseconds(5));
-    const std::lock_guard lock(logMutex_);
-    lines.clear();
-    for (const auto& line : log_) {
-      if (line.find(" method=") != std::string::npos) lines.push_back(line);
-    }
-  }
-  return lines;
-}
-
 namespace {
 RpcClientOptions TestClientOptions() {
   RpcClientOptions options;

@@ -58,10 +58,6 @@ class TestServer {
   RpcServer& Server() { return *server_; }
   Journal& journal() { return factory_->journal; }
   std::uint16_t Port() const { return server_->Port(); }
-  // The access-log lines, once there are at least `count` of them (they are written just
-  // after the reply goes out), or after a second.
-  std::vector<std::string> AccessLines(std::size_t count);
-
   // A WebSocket client, opened; connected as ACME/ana unless `connect` is false.
   std::unique_ptr<RpcClient> Client(bool connect = true);
   std::unique_ptr<RpcHttpClient> HttpClient(bool connect = true);
