@@ -7,6 +7,7 @@
 #include <set>
 #include <string>
 
+#include "core/Exceptions.h"
 #include "tests/apps_server/Remote.h"
 
 namespace zo::testing {
@@ -75,6 +76,26 @@ TEST_F(ServerBadInput, MalformedJsonIsAParseErrorAndTheConnectionGoesOn) {
   EXPECT_EQ(http->Call("GetCount", {{"AClassName", "TCidade"}}), cities_);
 }
 
+TEST_F(ServerBadInput, UnknownClassesAndMethodsAreNamedInTheError) {
+  rpc::RpcError error = AcmeError("Get", {{"AClassName", "TNada"}, {"id", 1}});
+  EXPECT_EQ(error.Code(), codes::kApplication);
+  EXPECT_STREQ(error.what(), "Classe não registrada \"TNada\"");
+  EXPECT_STREQ(AcmeError("GetCount", {{"AClassName", "TNada"}}).what(), "Item not found");
+  EXPECT_STREQ(AcmeError("Insert", {{"jObj", {{"type", "DemoClasses.TNada"}}}}).what(),
+               "Classe desconhecida no JSON: \"DemoClasses.TNada\"");
+  // A registered class that the module never bound to a DAO.
+  EXPECT_STREQ(AcmeError("Insert", {{"jObj", {{"type", "DemoClasses.TEndereco"}}}}).what(),
+               "Método: TZoCustomServerModule.getDAO. Não há associação para a classe TEndereco");
+
+  for (const std::string method : {"Nada", "get", "DropDatabase", ""}) {
+    error = AcmeError(method, json::object());
+    EXPECT_EQ(error.Code(), codes::kMethodNotFound) << method;
+    EXPECT_EQ(std::string(error.what()), "Método desconhecido: " + method);
+  }
+  EXPECT_EQ(ErrorOf([&] { Live().ConnectHttp(kAcme)->Call("Nada"); }).Code(),
+            codes::kMethodNotFound);
+}
+
 TEST_F(ServerBadInput, WrongArgumentTypesAreRefusedBeforeAnythingRuns) {
   const auto invalid = [&](const std::string& method, const json& params) {
     const rpc::RpcError error = AcmeError(method, params);
@@ -83,15 +104,22 @@ TEST_F(ServerBadInput, WrongArgumentTypesAreRefusedBeforeAnythingRuns) {
   };
   EXPECT_EQ(invalid("Get", {{"AClassName", "TCidade"}, {"id", "3"}}),
             "Parâmetro id: esperado número inteiro");
+  invalid("Get", {{"AClassName", "TCidade"}, {"id", 3000000000LL}});
+  invalid("Get", {{"AClassName", "TCidade"}, {"id", 3.5}});
   EXPECT_EQ(invalid("Delete", {{"AClassName", "TCidade"}}), "Parâmetro obrigatório ausente: id");
   EXPECT_EQ(invalid("GetCount", {{"AClassName", 5}}), "Parâmetro AClassName: esperado texto");
   EXPECT_EQ(invalid("Insert", {{"jObj", json::array({1})}}),
             "Parâmetro jObj: esperado objeto JSON");
+  invalid("Insert", {{"jObj", "{\"type\": \"TCidade\"}"}});
+  invalid("DeleteArray", {{"AClassName", "TCidade"}, {"jArray", {{"id", 3}}}});
+  invalid("SetBlobData",
+          {{"AClassName", "TProduto"}, {"id", 1}, {"APropertyName", "Imagem"}, {"AStream", 5}});
   EXPECT_EQ(
       invalid(
           "SetBlobData",
           {{"AClassName", "TProduto"}, {"id", 1}, {"APropertyName", "Imagem"}, {"AStream", "%%%"}}),
       "Parâmetro AStream: base64 inválido");
+  invalid("GetCount", json::array({"TCidade"}));
 
   // The object itself is checked field by field.
   EXPECT_STREQ(AcmeError("Insert", {{"jObj", CityWith({{"Nome", 5}, {"UF", "PE"}})}}).what(),
@@ -106,6 +134,31 @@ TEST_F(ServerBadInput, WrongArgumentTypesAreRefusedBeforeAnythingRuns) {
   EXPECT_STREQ(connect.what(), "Parâmetro customer: esperado texto");
   EXPECT_STREQ(ConnectError({{"customer", "ACME"}, {"user", "ana"}}).what(),
                "Parâmetro obrigatório ausente: password");
+}
+
+TEST_F(ServerBadInput, OversizedMessagesAreRefusedAndCloseOnlyTheirConnection) {
+  const json big = {{"jsonrpc", "2.0"},
+                    {"id", 1},
+                    {"method", "Insert"},
+                    {"params", {{"jObj", CityWith({{"Nome", std::string(kMaxMessage, 'x')}})}}}};
+  acme_->SendText(big.dump());
+  const json reply = ReceiveJson(*acme_);
+  EXPECT_EQ(reply["error"]["code"], codes::kMessageTooLarge);
+  EXPECT_TRUE(reply["id"].is_null());
+  try {
+    acme_->ReceiveText();
+    ADD_FAILURE() << "the socket should have been closed";
+  } catch (const Exception& e) {
+    EXPECT_NE(std::string(e.what()).find("1009"), std::string::npos) << e.what();
+  }
+
+  const auto http = Live().ConnectHttp(kAcme);
+  const auto response = http->Post(big.dump());
+  EXPECT_EQ(response.status, 413);
+  EXPECT_EQ(json::parse(response.body)["error"]["code"], codes::kMessageTooLarge);
+  // Just under the limit is served.
+  const json fits = {{"jObj", CityWith({{"Nome", std::string(kMaxMessage - 200, 'x')}})}};
+  EXPECT_TRUE(http->Call("Validate", fits).is_null());
 }
 
 std::set<std::string> Tree(const fs::path& root) {
@@ -147,6 +200,24 @@ TEST_F(ServerBadInput, HostileCustomerIdsAndLoginsAreRefused) {
 
   EXPECT_EQ(Tree(Live().Root()), tree) << "nothing may be created outside the customers";
   EXPECT_EQ(ReadText(Live().Root() / "conn.conf"), rootConf);
+}
+
+TEST_F(ServerBadInput, CallsBeforeConnectAreRefused) {
+  const json params = {{"AClassName", "TCidade"}};
+  EXPECT_EQ(ErrorOf([&] { Live().OpenWs()->Call("GetCount", params); }).Code(),
+            codes::kNotConnected);
+
+  const auto http = Live().OpenHttp();
+  EXPECT_EQ(ErrorOf([&] { http->Call("GetCount", params); }).Code(), codes::kNotConnected);
+  http->SetSessionToken(std::string(64, 'a'));
+  EXPECT_EQ(ErrorOf([&] { http->Call("GetCount", params); }).Code(), codes::kNotConnected);
+
+  http->Connect(Credentials(kAcme));
+  const std::string token = http->SessionToken();
+  EXPECT_EQ(http->Call("GetCount", params), cities_);
+  http->Disconnect();
+  http->SetSessionToken(token);
+  EXPECT_EQ(ErrorOf([&] { http->Call("GetCount", params); }).Code(), codes::kNotConnected);
 }
 
 }  // namespace
