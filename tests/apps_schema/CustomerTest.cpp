@@ -66,7 +66,6 @@ TEST(SchemaToolCustomer, AddedCustomerIsAcceptedByTheServer) {
   EXPECT_EQ(Entries(root.Path() / "CustomersDB"), (std::set<std::string>{"ACME"}));
   EXPECT_EQ(Entries(root.Path() / "CustomersDB" / "ACME"),
             (std::set<std::string>{"ZO.FDB", "conn.conf"}));
-  EXPECT_TRUE(Contains(ReadFile(root.Path() / "conn.conf"), "User_Name=SYSDBA\n"));
   const std::string conf = ReadFile(root.Path() / "CustomersDB" / "ACME" / "conn.conf");
   EXPECT_TRUE(Contains(conf, "Database=CustomersDB/ACME/ZO.FDB\n")) << conf;
   EXPECT_TRUE(Contains(conf, "CharSet=UTF8\n")) << conf;

@@ -72,11 +72,6 @@ TEST(SchemaTool, CreateThenDiffAndApply) {
   EXPECT_EQ(diff.out, "");
   {
     auto connection = OpenConnection(dir.File("demo.fdb"));
-    EXPECT_EQ(QueryInt(*connection,
-                       "select count(*) from RDB$RELATION_FIELDS where "
-                       "RDB$RELATION_NAME = 'USUARIOS' and "
-                       "RDB$FIELD_NAME = 'SENHA_HASH'"),
-              1);
     ExecuteSql(*connection,
                "insert into CIDADES (ID, NOME, UF) values (next value for GEN_CIDADES, "
                "'Natal', 'RN')");
@@ -157,7 +152,6 @@ TEST(SchemaTool, ChangedClassesMigrateWithDiffAndApply) {
   // The new table's sequence is restarted, but it is new: no refusal.
   const auto applied = run({"apply", "--db", "ZO.FDB", "migration.sql"});
   ASSERT_EQ(applied.exitCode, 0) << applied.err;
-  EXPECT_TRUE(Contains(applied.err, "[1/")) << applied.err;
   EXPECT_TRUE(Contains(applied.err, "Script aplicado:")) << applied.err;
 
   const auto after = run({"diff", "--db", "ZO.FDB"});

@@ -108,7 +108,6 @@ TEST(DBStructDDL, InsertAndSelectHeadsAreBuiltOnceAndKept) {
   AddColumn(*table, "nome", TDBRType::dbsString, 60);
   AddColumn(*table, "foto", TDBRType::dbsTextBlob);
   EXPECT_EQ(table->GetInsertSQL(true), "INSERT INTO T (ID, FOTO, NOME) VALUES");
-  EXPECT_EQ(table->GetInsertSQL(false), "INSERT INTO T (ID, FOTO, NOME) VALUES");
   EXPECT_EQ(table->GetSelectSQL("x", false), "SELECT Distinct(x.ID), x.NOME FROM T tb");
   EXPECT_EQ(table->GetSelectSQL("tb", true), "SELECT Distinct(x.ID), x.NOME FROM T tb");
 }

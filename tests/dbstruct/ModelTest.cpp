@@ -26,14 +26,12 @@ TEST(DBStructModel, LookupsFollowTheirCaseRules) {
   module.AddProcedure(Named<TStoredProcedure>("proc_x"));
   module.AddTrigger(Named<TTrigger>("trg_x"));
   module.AddUDF(Named<TUDFMethod>("f_x"));
-  EXPECT_EQ(cliente.Name(), "CLIENTE");
   EXPECT_EQ(module.FindTable("cliente"), &cliente);  // normal tables first
   EXPECT_EQ(module.FindTable("Cliente_Ext"), &extended);
   EXPECT_EQ(module.FindSP("proc_x"), nullptr);
   EXPECT_NE(module.FindSP("PROC_X"), nullptr);
   EXPECT_EQ(module.FindTrigger("trg_x"), nullptr);
   EXPECT_EQ(module.FindUDFMethod("F_X"), module.UDFS()[0].get());
-  EXPECT_EQ(module.getCount(), 3);
 
   const TForeignKeyStruct& fk = AddForeignKey(cliente, "fk1", " cidade_id", "cidade", "Id");
   EXPECT_EQ(fk.KeyName(), " CIDADE_ID");  // upper-cased, never trimmed
@@ -109,8 +107,6 @@ TEST(DBStructModel, ColumnConstraintsAndIndexedRule) {
   EXPECT_EQ(id.FindConstraint("pk_t"), table->PrimaryKey());
   EXPECT_TRUE(id.IsPrimaryKey() && id.HasForeignKeys() && id.Indexed());
   EXPECT_FALSE(plain.IsPrimaryKey() || plain.HasForeignKeys() || plain.Indexed());
-  plain.SetIndexed(true);
-  EXPECT_TRUE(plain.Indexed());
 
   // The message pattern names the table too, which a loose column cannot supply: the
   // formatting error is what the caller gets.
