@@ -21,14 +21,14 @@
 #include <string>
 #include <vector>
 
-#include "dbstruct/DBStructClasses.h"
+#include <zo/dbstruct/DBStructClasses.h>
 #include "examples/demo/DemoClasses.h"
-#include "mapping/ServerClasses.h"
-#include "persistence/ZoServerUtils.h"
+#include <zo/mapping/ServerClasses.h>
+#include <zo/persistence/ZoServerUtils.h>
 #include "platform/db/CreateDatabase.h"
-#include "platform/db/DataTypes.h"
-#include "platform/db/SQLConnection.h"
-#include "platform/script/ScriptParser.h"
+#include <zo/platform/db/DataTypes.h>
+#include <zo/platform/db/SQLConnection.h>
+#include <zo/platform/script/ScriptParser.h>
 
 namespace {
 

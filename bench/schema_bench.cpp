@@ -12,8 +12,8 @@
 #include <memory>
 #include <string>
 
-#include "dbstruct/DBStructClasses.h"
-#include "schema/DBManager.h"
+#include <zo/dbstruct/DBStructClasses.h>
+#include <zo/schema/DBManager.h>
 
 namespace {
 

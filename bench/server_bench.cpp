@@ -32,7 +32,7 @@
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
-#include "platform/rpc/RpcClient.h"
+#include <zo/platform/rpc/RpcClient.h>
 
 extern char** environ;
 

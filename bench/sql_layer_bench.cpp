@@ -22,7 +22,7 @@
 #include <vector>
 
 #include "platform/db/CreateDatabase.h"
-#include "platform/db/SQLConnection.h"
+#include <zo/platform/db/SQLConnection.h>
 
 namespace {
 

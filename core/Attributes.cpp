@@ -1,4 +1,4 @@
-#include "core/Attributes.h"
+#include <zo/core/Attributes.h>
 
 namespace zo {
 

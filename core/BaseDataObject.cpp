@@ -1,4 +1,4 @@
-#include "core/BaseDataObject.h"
+#include <zo/core/BaseDataObject.h>
 
 namespace zo {
 

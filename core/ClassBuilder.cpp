@@ -1,4 +1,4 @@
-#include "core/ClassBuilder.h"
+#include <zo/core/ClassBuilder.h>
 
 namespace zo::detail {
 

@@ -1,4 +1,4 @@
-#include "core/ClassRegistry.h"
+#include <zo/core/ClassRegistry.h>
 
 #include <map>
 #include <mutex>

@@ -1,13 +1,13 @@
-#include "core/DataObjectInfo.h"
+#include <zo/core/DataObjectInfo.h>
 
 #include <cmath>
 
 #include <fmt/format.h>
 
-#include "core/Attributes.h"
-#include "core/Dates.h"
-#include "core/Exceptions.h"
-#include "core/Text.h"
+#include <zo/core/Attributes.h>
+#include <zo/core/Dates.h>
+#include <zo/core/Exceptions.h>
+#include <zo/core/Text.h>
 
 namespace zo {
 namespace {

@@ -1,6 +1,6 @@
-#include "core/DataObjectList.h"
+#include <zo/core/DataObjectList.h>
 
-#include "core/Exceptions.h"
+#include <zo/core/Exceptions.h>
 
 namespace zo {
 

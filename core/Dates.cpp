@@ -1,10 +1,10 @@
-#include "core/Dates.h"
+#include <zo/core/Dates.h>
 
 #include <cmath>
 #include <cstdio>
 #include <ctime>
 
-#include "core/Exceptions.h"
+#include <zo/core/Exceptions.h>
 
 namespace zo::dates {
 namespace {

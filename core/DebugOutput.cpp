@@ -1,4 +1,4 @@
-#include "core/DebugOutput.h"
+#include <zo/core/DebugOutput.h>
 
 #include <mutex>
 

@@ -1,8 +1,8 @@
-#include "core/Rtti.h"
+#include <zo/core/Rtti.h>
 
-#include "core/BaseDataObject.h"
-#include "core/Exceptions.h"
-#include "core/Text.h"
+#include <zo/core/BaseDataObject.h>
+#include <zo/core/Exceptions.h>
+#include <zo/core/Text.h>
 
 namespace zo {
 

@@ -1,9 +1,9 @@
-#include "core/Streams.h"
+#include <zo/core/Streams.h>
 
 #include <algorithm>
 #include <cstring>
 
-#include "core/Exceptions.h"
+#include <zo/core/Exceptions.h>
 
 namespace zo {
 

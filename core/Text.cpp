@@ -1,9 +1,9 @@
-#include "core/Text.h"
+#include <zo/core/Text.h>
 
 #include <algorithm>
 #include <charconv>
 
-#include "core/Exceptions.h"
+#include <zo/core/Exceptions.h>
 
 namespace zo::text {
 namespace {

@@ -1,11 +1,11 @@
-#include "core/TextResources.h"
+#include <zo/core/TextResources.h>
 
 #include <map>
 #include <mutex>
 #include <utility>
 
-#include "core/Exceptions.h"
-#include "core/Text.h"
+#include <zo/core/Exceptions.h>
+#include <zo/core/Text.h>
 
 namespace zo {
 namespace {

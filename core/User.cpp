@@ -1,9 +1,9 @@
-#include "core/User.h"
+#include <zo/core/User.h>
 
 #include <mutex>
 
-#include "core/ClassBuilder.h"
-#include "core/WaitScreen.h"
+#include <zo/core/ClassBuilder.h>
+#include <zo/core/WaitScreen.h>
 
 namespace zo {
 

@@ -1,6 +1,6 @@
-#include "core/Value.h"
+#include <zo/core/Value.h>
 
-#include "core/Exceptions.h"
+#include <zo/core/Exceptions.h>
 
 namespace zo {
 namespace {

@@ -1,11 +1,11 @@
-#include "dao/ActionServer.h"
+#include <zo/dao/ActionServer.h>
 
 #include <fmt/printf.h>
 
-#include "core/Exceptions.h"
-#include "dao/WaitScreen.h"
-#include "persistence/ZoServerUtils.h"
-#include "platform/db/SQLConnection.h"
+#include <zo/core/Exceptions.h>
+#include <zo/dao/WaitScreen.h>
+#include <zo/persistence/ZoServerUtils.h>
+#include <zo/platform/db/SQLConnection.h>
 
 namespace zo {
 

@@ -1,21 +1,21 @@
-#include "dao/GenericDAO.h"
+#include <zo/dao/GenericDAO.h>
 
 #include <type_traits>
 #include <utility>
 
 #include <fmt/printf.h>
 
-#include "core/Dates.h"
-#include "core/Exceptions.h"
-#include "core/Text.h"
-#include "dao/WaitScreen.h"
-#include "mapping/ObjectInfoCache.h"
-#include "mapping/ZoReader.h"
-#include "persistence/ZoServerUtils.h"
-#include "platform/db/DBXConnection.h"
-#include "platform/db/DBXReader.h"
-#include "platform/db/DBXTransaction.h"
-#include "platform/db/SQLConnection.h"
+#include <zo/core/Dates.h>
+#include <zo/core/Exceptions.h>
+#include <zo/core/Text.h>
+#include <zo/dao/WaitScreen.h>
+#include <zo/mapping/ObjectInfoCache.h>
+#include <zo/mapping/ZoReader.h>
+#include <zo/persistence/ZoServerUtils.h>
+#include <zo/platform/db/DBXConnection.h>
+#include <zo/platform/db/DBXReader.h>
+#include <zo/platform/db/DBXTransaction.h>
+#include <zo/platform/db/SQLConnection.h>
 
 namespace zo {
 namespace {

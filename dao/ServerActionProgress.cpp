@@ -1,4 +1,4 @@
-#include "dao/ServerActionProgress.h"
+#include <zo/dao/ServerActionProgress.h>
 
 namespace zo {
 

@@ -1,11 +1,11 @@
-#include "dao/WaitScreen.h"
+#include <zo/dao/WaitScreen.h>
 
 #include <nlohmann/json.hpp>
 
-#include "core/Exceptions.h"
-#include "core/WaitScreen.h"
-#include "dao/ZoCallback.h"
-#include "platform/json/JSONMarshal.h"
+#include <zo/core/Exceptions.h>
+#include <zo/core/WaitScreen.h>
+#include <zo/dao/ZoCallback.h>
+#include <zo/platform/json/JSONMarshal.h>
 
 namespace zo {
 namespace {

@@ -1,4 +1,4 @@
-#include "dbstruct/DBStructClasses.h"
+#include <zo/dbstruct/DBStructClasses.h>
 
 #include <algorithm>
 #include <set>
@@ -6,8 +6,8 @@
 
 #include <fmt/printf.h>
 
-#include "core/Exceptions.h"
-#include "core/Text.h"
+#include <zo/core/Exceptions.h>
+#include <zo/core/Text.h>
 
 namespace zo {
 

@@ -4,9 +4,9 @@
 // have always contained, so they are kept.
 #include <fmt/printf.h>
 
-#include "core/Exceptions.h"
-#include "core/Text.h"
-#include "dbstruct/DBStructClasses.h"
+#include <zo/core/Exceptions.h>
+#include <zo/core/Text.h>
+#include <zo/dbstruct/DBStructClasses.h>
 
 namespace zo {
 

@@ -1,9 +1,9 @@
-#include "mapping/ObjectInfoCache.h"
+#include <zo/mapping/ObjectInfoCache.h>
 
 #include <memory>
 #include <unordered_map>
 
-#include "core/Exceptions.h"
+#include <zo/core/Exceptions.h>
 
 namespace zo {
 namespace {

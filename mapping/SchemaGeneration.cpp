@@ -4,11 +4,11 @@
 
 #include <fmt/printf.h>
 
-#include "core/Attributes.h"
-#include "core/Exceptions.h"
-#include "core/Text.h"
-#include "dbstruct/DBStructClasses.h"
-#include "mapping/ServerClasses.h"
+#include <zo/core/Attributes.h>
+#include <zo/core/Exceptions.h>
+#include <zo/core/Text.h>
+#include <zo/dbstruct/DBStructClasses.h>
+#include <zo/mapping/ServerClasses.h>
 
 namespace zo {
 namespace {

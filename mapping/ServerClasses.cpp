@@ -1,9 +1,9 @@
-#include "mapping/ServerClasses.h"
+#include <zo/mapping/ServerClasses.h>
 
 #include <fmt/printf.h>
 
-#include "core/Attributes.h"
-#include "core/Exceptions.h"
+#include <zo/core/Attributes.h>
+#include <zo/core/Exceptions.h>
 
 namespace zo {
 

@@ -2,10 +2,10 @@
 // hexadecimal chunks), select and a quick create statement of one data class.
 #include <fmt/printf.h>
 
-#include "core/Attributes.h"
-#include "core/Exceptions.h"
-#include "core/Text.h"
-#include "mapping/ServerClasses.h"
+#include <zo/core/Attributes.h>
+#include <zo/core/Exceptions.h>
+#include <zo/core/Text.h>
+#include <zo/mapping/ServerClasses.h>
 
 namespace zo {
 namespace {

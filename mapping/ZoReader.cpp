@@ -1,6 +1,6 @@
-#include "mapping/ZoReader.h"
+#include <zo/mapping/ZoReader.h>
 
-#include "core/Exceptions.h"
+#include <zo/core/Exceptions.h>
 
 namespace zo {
 

@@ -1,10 +1,10 @@
 // Binary large objects: read whole into a memory stream, written in hexadecimal chunks.
 #include <fmt/printf.h>
 
-#include "core/Exceptions.h"
-#include "core/Text.h"
+#include <zo/core/Exceptions.h>
+#include <zo/core/Text.h>
 #include "persistence/PersistenceDetail.h"
-#include "persistence/ZoServerUtils.h"
+#include <zo/persistence/ZoServerUtils.h>
 
 namespace zo {
 namespace {

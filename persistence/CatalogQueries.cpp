@@ -1,9 +1,9 @@
 // Questions to the Firebird system catalog: tables, columns, keys and other objects.
 #include <fmt/printf.h>
 
-#include "core/Exceptions.h"
-#include "core/Text.h"
-#include "persistence/ZoServerUtils.h"
+#include <zo/core/Exceptions.h>
+#include <zo/core/Text.h>
+#include <zo/persistence/ZoServerUtils.h>
 
 namespace zo {
 namespace {

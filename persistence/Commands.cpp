@@ -1,7 +1,7 @@
 // Running statements and bracketing work in transactions.
-#include "core/Exceptions.h"
+#include <zo/core/Exceptions.h>
 #include "persistence/PersistenceDetail.h"
-#include "persistence/ZoServerUtils.h"
+#include <zo/persistence/ZoServerUtils.h>
 
 namespace zo {
 

@@ -1,10 +1,10 @@
 // Conditions written over property names, translated into SQL over column names.
 #include <fmt/printf.h>
 
-#include "core/Attributes.h"
-#include "core/Exceptions.h"
-#include "core/Text.h"
-#include "persistence/ZoServerUtils.h"
+#include <zo/core/Attributes.h>
+#include <zo/core/Exceptions.h>
+#include <zo/core/Text.h>
+#include <zo/persistence/ZoServerUtils.h>
 
 namespace zo {
 namespace {

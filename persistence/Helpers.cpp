@@ -1,8 +1,8 @@
 // Helpers without a connection: pass-through decryption, failure codes, stream copying.
 #include <vector>
 
-#include "core/Text.h"
-#include "persistence/ZoServerUtils.h"
+#include <zo/core/Text.h>
+#include <zo/persistence/ZoServerUtils.h>
 
 namespace zo {
 

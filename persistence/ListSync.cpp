@@ -4,11 +4,11 @@
 
 #include <fmt/printf.h>
 
-#include "core/Attributes.h"
-#include "core/DataObjectList.h"
-#include "core/Exceptions.h"
+#include <zo/core/Attributes.h>
+#include <zo/core/DataObjectList.h>
+#include <zo/core/Exceptions.h>
 #include "persistence/PersistenceDetail.h"
-#include "persistence/ZoServerUtils.h"
+#include <zo/persistence/ZoServerUtils.h>
 
 namespace zo {
 namespace {

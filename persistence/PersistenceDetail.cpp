@@ -2,7 +2,7 @@
 
 #include <fmt/printf.h>
 
-#include "core/Exceptions.h"
+#include <zo/core/Exceptions.h>
 
 namespace zo::detail {
 

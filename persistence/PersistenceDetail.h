@@ -5,9 +5,9 @@
 #include <string>
 #include <string_view>
 
-#include "core/Attributes.h"
-#include "core/Rtti.h"
-#include "mapping/ServerClasses.h"
+#include <zo/core/Attributes.h>
+#include <zo/core/Rtti.h>
+#include <zo/mapping/ServerClasses.h>
 
 namespace zo::detail {
 

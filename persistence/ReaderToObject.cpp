@@ -2,11 +2,11 @@
 // the property's type, then the objects that hang off it (compositions, hosted objects, lists).
 #include <fmt/printf.h>
 
-#include "core/Attributes.h"
-#include "core/Exceptions.h"
-#include "core/Text.h"
-#include "persistence/ZoServerUtils.h"
-#include "platform/db/DataTypes.h"
+#include <zo/core/Attributes.h>
+#include <zo/core/Exceptions.h>
+#include <zo/core/Text.h>
+#include <zo/persistence/ZoServerUtils.h>
+#include <zo/platform/db/DataTypes.h>
 
 namespace zo {
 namespace {

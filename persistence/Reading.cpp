@@ -1,9 +1,9 @@
 // Loading data objects: by identifier, by condition, and the nested-set tree query.
 #include <fmt/printf.h>
 
-#include "core/Exceptions.h"
-#include "core/Text.h"
-#include "persistence/ZoServerUtils.h"
+#include <zo/core/Exceptions.h>
+#include <zo/core/Text.h>
+#include <zo/persistence/ZoServerUtils.h>
 
 namespace zo {
 

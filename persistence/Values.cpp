@@ -1,9 +1,9 @@
 // Single values: row counts, new identifiers, one column of one row.
 #include <fmt/printf.h>
 
-#include "core/Exceptions.h"
-#include "persistence/ZoServerUtils.h"
-#include "platform/db/DataTypes.h"
+#include <zo/core/Exceptions.h>
+#include <zo/persistence/ZoServerUtils.h>
+#include <zo/platform/db/DataTypes.h>
 
 namespace zo {
 namespace {

@@ -2,9 +2,9 @@
 // delete together with the rows of its lists.
 #include <fmt/printf.h>
 
-#include "core/Attributes.h"
-#include "core/Exceptions.h"
-#include "persistence/ZoServerUtils.h"
+#include <zo/core/Attributes.h>
+#include <zo/core/Exceptions.h>
+#include <zo/persistence/ZoServerUtils.h>
 
 namespace zo {
 namespace {

@@ -2,9 +2,9 @@
 
 #include <string>
 
-#include "core/Text.h"
-#include "platform/db/DBXConnection.h"
-#include "platform/db/DBXReader.h"
+#include <zo/core/Text.h>
+#include <zo/platform/db/DBXConnection.h>
+#include <zo/platform/db/DBXReader.h>
 
 // Running the catalog reader's queries. Internal to schema/.
 namespace zo::catalog {

@@ -1,9 +1,9 @@
-#include "schema/CatalogReader.h"
+#include <zo/schema/CatalogReader.h>
 
 #include <algorithm>
 #include <limits>
 
-#include "core/Text.h"
+#include <zo/core/Text.h>
 #include "schema/CatalogQuery.h"
 #include "schema/CatalogRoutines.h"
 #include "schema/CatalogTables.h"

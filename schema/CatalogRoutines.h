@@ -1,6 +1,6 @@
 #pragma once
 
-#include "dbstruct/DBStructClasses.h"
+#include <zo/dbstruct/DBStructClasses.h>
 
 // The procedures, triggers and external functions part of the catalog reader (see
 // CatalogReader.h). Internal to schema/.

@@ -11,7 +11,7 @@
 
 #include "schema/CatalogQuery.h"
 #include "schema/CatalogTypes.h"
-#include "schema/DBManager.h"
+#include <zo/schema/DBManager.h>
 
 namespace zo::catalog {
 namespace {

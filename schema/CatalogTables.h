@@ -3,7 +3,7 @@
 #include <set>
 #include <string>
 
-#include "dbstruct/DBStructClasses.h"
+#include <zo/dbstruct/DBStructClasses.h>
 
 // The tables part of the catalog reader (see CatalogReader.h). Internal to schema/.
 namespace zo {

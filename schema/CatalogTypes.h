@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <string>
 
-#include "dbstruct/DBStructClasses.h"
+#include <zo/dbstruct/DBStructClasses.h>
 
 // Firebird's description of a field (RDB$FIELDS and the argument tables) turned into the
 // structure model's column type or into SQL type text. Internal to schema/.

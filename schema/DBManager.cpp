@@ -1,11 +1,11 @@
-#include "schema/DBManager.h"
+#include <zo/schema/DBManager.h>
 
 #include <unordered_map>
 
 #include <fmt/printf.h>
 
-#include "core/Exceptions.h"
-#include "core/Text.h"
+#include <zo/core/Exceptions.h>
+#include <zo/core/Text.h>
 
 namespace zo {
 namespace {

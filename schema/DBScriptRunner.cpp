@@ -1,4 +1,4 @@
-#include "schema/DBScriptRunner.h"
+#include <zo/schema/DBScriptRunner.h>
 
 #include <fcntl.h>
 #include <unistd.h>

@@ -1,14 +1,14 @@
-#include "server/Components.h"
+#include <zo/server/Components.h>
 
 #include <nlohmann/json.hpp>
 
-#include "core/Exceptions.h"
-#include "core/Text.h"
-#include "platform/db/DBXCommand.h"
-#include "platform/db/DBXConnection.h"
-#include "platform/db/DBXReader.h"
-#include "platform/db/DataTypes.h"
-#include "platform/db/SQLConnection.h"
+#include <zo/core/Exceptions.h>
+#include <zo/core/Text.h>
+#include <zo/platform/db/DBXCommand.h>
+#include <zo/platform/db/DBXConnection.h>
+#include <zo/platform/db/DBXReader.h>
+#include <zo/platform/db/DataTypes.h>
+#include <zo/platform/db/SQLConnection.h>
 
 namespace zo {
 

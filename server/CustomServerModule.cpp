@@ -1,4 +1,4 @@
-#include "server/CustomServerModule.h"
+#include <zo/server/CustomServerModule.h>
 
 #include <algorithm>
 #include <filesystem>
@@ -8,17 +8,17 @@
 #include <fmt/printf.h>
 #include <nlohmann/json.hpp>
 
-#include "core/DebugOutput.h"
-#include "core/Exceptions.h"
-#include "core/Text.h"
-#include "dao/GenericDAO.h"
-#include "mapping/ZoReader.h"
-#include "persistence/ZoServerUtils.h"
-#include "platform/db/ConnectionParams.h"
-#include "platform/db/DBXReader.h"
-#include "platform/db/SQLConnection.h"
-#include "platform/json/JSONMarshal.h"
-#include "platform/json/JSONUnMarshal.h"
+#include <zo/core/DebugOutput.h>
+#include <zo/core/Exceptions.h>
+#include <zo/core/Text.h>
+#include <zo/dao/GenericDAO.h>
+#include <zo/mapping/ZoReader.h>
+#include <zo/persistence/ZoServerUtils.h>
+#include <zo/platform/db/ConnectionParams.h>
+#include <zo/platform/db/DBXReader.h>
+#include <zo/platform/db/SQLConnection.h>
+#include <zo/platform/json/JSONMarshal.h>
+#include <zo/platform/json/JSONUnMarshal.h>
 
 namespace zo {
 namespace fs = std::filesystem;

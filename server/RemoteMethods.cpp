@@ -1,12 +1,12 @@
 // Calls the module's remote methods by name, with JSON-RPC named parameters.
 #include <nlohmann/json.hpp>
 
-#include "core/Exceptions.h"
-#include "dao/GenericDAO.h"
-#include "platform/db/DBXConnection.h"
-#include "platform/db/SQLConnection.h"
+#include <zo/core/Exceptions.h>
+#include <zo/dao/GenericDAO.h>
+#include <zo/platform/db/DBXConnection.h>
+#include <zo/platform/db/SQLConnection.h>
 #include "platform/json/Base64.h"
-#include "server/CustomServerModule.h"
+#include <zo/server/CustomServerModule.h>
 
 namespace zo {
 namespace {

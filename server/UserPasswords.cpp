@@ -1,4 +1,4 @@
-#include "server/UserPasswords.h"
+#include <zo/server/UserPasswords.h>
 
 #include <openssl/crypto.h>
 #include <openssl/evp.h>
@@ -6,11 +6,11 @@
 
 #include <fmt/format.h>
 
-#include "core/Exceptions.h"
-#include "core/Text.h"
-#include "platform/db/DBXCommand.h"
-#include "platform/db/DBXConnection.h"
-#include "platform/db/DBXReader.h"
+#include <zo/core/Exceptions.h>
+#include <zo/core/Text.h>
+#include <zo/platform/db/DBXCommand.h>
+#include <zo/platform/db/DBXConnection.h>
+#include <zo/platform/db/DBXReader.h>
 
 namespace zo {
 namespace {

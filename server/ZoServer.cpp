@@ -1,7 +1,7 @@
-#include "server/ZoServer.h"
+#include <zo/server/ZoServer.h>
 
-#include "core/DebugOutput.h"
-#include "core/Exceptions.h"
+#include <zo/core/DebugOutput.h>
+#include <zo/core/Exceptions.h>
 
 namespace zo {
 

@@ -12,11 +12,11 @@
 #include <nlohmann/json.hpp>
 
 #include "apps/zo-client/ProgressBar.h"
-#include "core/Exceptions.h"
-#include "core/Text.h"
+#include <zo/core/Exceptions.h>
+#include <zo/core/Text.h>
 #include "platform/json/Base64.h"
-#include "platform/rpc/RpcClient.h"
-#include "platform/rpc/RpcError.h"
+#include <zo/platform/rpc/RpcClient.h>
+#include <zo/platform/rpc/RpcError.h>
 
 namespace {
 

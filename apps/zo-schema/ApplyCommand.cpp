@@ -7,7 +7,7 @@
 #include "apps/zo-schema/SchemaModel.h"
 #include "apps/zo-schema/SequenceResets.h"
 #include "apps/zo-schema/ToolContext.h"
-#include "schema/DBScriptRunner.h"
+#include <zo/schema/DBScriptRunner.h>
 
 namespace zo::schematool {
 namespace {

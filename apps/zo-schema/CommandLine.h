@@ -6,7 +6,7 @@
 #include <string_view>
 #include <vector>
 
-#include "core/Exceptions.h"
+#include <zo/core/Exceptions.h>
 
 namespace zo::schematool {
 

@@ -2,12 +2,12 @@
 
 #include "apps/zo-schema/Files.h"
 #include "apps/zo-schema/SchemaModel.h"
-#include "core/Exceptions.h"
-#include "core/User.h"
-#include "mapping/ObjectInfoCache.h"
-#include "platform/db/ConnectionParams.h"
-#include "platform/db/SQLConnection.h"
-#include "server/UserPasswords.h"
+#include <zo/core/Exceptions.h>
+#include <zo/core/User.h>
+#include <zo/mapping/ObjectInfoCache.h>
+#include <zo/platform/db/ConnectionParams.h>
+#include <zo/platform/db/SQLConnection.h>
+#include <zo/server/UserPasswords.h>
 
 namespace zo::schematool {
 namespace {

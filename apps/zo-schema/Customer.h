@@ -4,7 +4,7 @@
 #include <optional>
 #include <string>
 
-#include "apps/zo-schema/SchemaTool.h"
+#include <zo/schematool/SchemaTool.h>
 
 namespace zo::schematool {
 

@@ -5,10 +5,10 @@
 #include "apps/zo-schema/Files.h"
 #include "apps/zo-schema/SchemaModel.h"
 #include "apps/zo-schema/ToolContext.h"
-#include "platform/db/SQLConnection.h"
-#include "schema/CatalogReader.h"
-#include "schema/DBManager.h"
-#include "server/UserPasswords.h"
+#include <zo/platform/db/SQLConnection.h>
+#include <zo/schema/CatalogReader.h>
+#include <zo/schema/DBManager.h>
+#include <zo/server/UserPasswords.h>
 
 namespace zo::schematool {
 namespace {

@@ -7,7 +7,7 @@
 #include <iterator>
 #include <sstream>
 
-#include "core/Exceptions.h"
+#include <zo/core/Exceptions.h>
 
 namespace zo::schematool {
 

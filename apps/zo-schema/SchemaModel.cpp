@@ -2,11 +2,11 @@
 
 #include <algorithm>
 
-#include "core/Text.h"
-#include "core/User.h"
-#include "mapping/ServerClasses.h"
-#include "schema/DBScriptRunner.h"
-#include "server/UserPasswords.h"
+#include <zo/core/Text.h>
+#include <zo/core/User.h>
+#include <zo/mapping/ServerClasses.h>
+#include <zo/schema/DBScriptRunner.h>
+#include <zo/server/UserPasswords.h>
 
 namespace zo::schematool {
 

@@ -3,8 +3,8 @@
 #include <memory>
 #include <string>
 
-#include "apps/zo-schema/SchemaTool.h"
-#include "dbstruct/DBStructClasses.h"
+#include <zo/schematool/SchemaTool.h>
+#include <zo/dbstruct/DBStructClasses.h>
 
 namespace zo::schematool {
 

@@ -1,10 +1,10 @@
-#include "apps/zo-schema/SchemaTool.h"
+#include <zo/schematool/SchemaTool.h>
 
 #include <algorithm>
 #include <iostream>
 
 #include "apps/zo-schema/ToolContext.h"
-#include "core/Text.h"
+#include <zo/core/Text.h>
 
 namespace zo::schematool {
 namespace {

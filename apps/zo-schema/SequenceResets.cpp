@@ -2,8 +2,8 @@
 
 #include <regex>
 
-#include "core/Text.h"
-#include "platform/db/DBXConnection.h"
+#include <zo/core/Text.h>
+#include <zo/platform/db/DBXConnection.h>
 
 namespace zo::schematool {
 namespace {

@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "platform/script/ScriptParser.h"
+#include <zo/platform/script/ScriptParser.h>
 
 namespace zo {
 class TDBXConnection;

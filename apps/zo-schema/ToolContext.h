@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "apps/zo-schema/CommandLine.h"
-#include "apps/zo-schema/SchemaTool.h"
+#include <zo/schematool/SchemaTool.h>
 
 namespace zo::schematool {
 

@@ -1,6 +1,6 @@
 // The schema tool of the demo application.
 
-#include "apps/zo-schema/SchemaTool.h"
+#include <zo/schematool/SchemaTool.h>
 #include "examples/demo/DemoClasses.h"
 
 int main(int argc, char** argv) {

@@ -1,4 +1,4 @@
-#include "apps/zo-server/AppServer.h"
+#include <zo/appserver/AppServer.h>
 
 #include <ibase.h>  // fb_shutdown
 #include <unistd.h>
@@ -16,11 +16,11 @@
 #include <boost/asio/signal_set.hpp>
 
 #include "apps/zo-server/ModuleSession.h"
-#include "core/DebugOutput.h"
-#include "core/Exceptions.h"
-#include "core/Text.h"
-#include "platform/rpc/RpcServer.h"
-#include "server/CustomServerModule.h"
+#include <zo/core/DebugOutput.h>
+#include <zo/core/Exceptions.h>
+#include <zo/core/Text.h>
+#include <zo/platform/rpc/RpcServer.h>
+#include <zo/server/CustomServerModule.h>
 
 namespace zo::app {
 namespace {

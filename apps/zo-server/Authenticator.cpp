@@ -1,8 +1,8 @@
-#include "apps/zo-server/Authenticator.h"
+#include <zo/appserver/Authenticator.h>
 
-#include "platform/db/SQLConnection.h"
-#include "server/CustomServerModule.h"
-#include "server/UserPasswords.h"
+#include <zo/platform/db/SQLConnection.h>
+#include <zo/server/CustomServerModule.h>
+#include <zo/server/UserPasswords.h>
 
 namespace zo::app {
 

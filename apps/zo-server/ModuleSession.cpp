@@ -4,8 +4,8 @@
 
 #include <nlohmann/json.hpp>
 
-#include "core/Exceptions.h"
-#include "server/UserPasswords.h"
+#include <zo/core/Exceptions.h>
+#include <zo/server/UserPasswords.h>
 
 namespace zo::app {
 namespace {

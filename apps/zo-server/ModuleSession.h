@@ -3,9 +3,9 @@
 #include <memory>
 #include <string>
 
-#include "apps/zo-server/Authenticator.h"
-#include "platform/rpc/RpcSession.h"
-#include "server/ZoServer.h"
+#include <zo/appserver/Authenticator.h>
+#include <zo/platform/rpc/RpcSession.h>
+#include <zo/server/ZoServer.h>
 
 namespace zo::app {
 

@@ -1,5 +1,5 @@
 // zo-server serving the demo application.
-#include "apps/zo-server/AppServer.h"
+#include <zo/appserver/AppServer.h>
 #include "examples/demo/DemoClasses.h"
 #include "examples/demo/DemoModule.h"
 

@@ -4,10 +4,10 @@
 
 #include <fmt/format.h>
 
-#include "core/Exceptions.h"
+#include <zo/core/Exceptions.h>
 #include "examples/demo/DemoClasses.h"
-#include "persistence/ZoServerUtils.h"
-#include "platform/db/SQLConnection.h"
+#include <zo/persistence/ZoServerUtils.h>
+#include <zo/platform/db/SQLConnection.h>
 
 namespace demo {
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "dao/ActionServer.h"
+#include <zo/dao/ActionServer.h>
 
 namespace demo {
 

@@ -2,7 +2,7 @@
 
 #include <mutex>
 
-#include "core/ClassBuilder.h"
+#include <zo/core/ClassBuilder.h>
 
 namespace demo {
 

@@ -7,11 +7,11 @@
 #include <memory>
 #include <string>
 
-#include "core/BaseDataObject.h"
-#include "core/DataObjectList.h"
-#include "core/Dates.h"
-#include "core/Streams.h"
-#include "core/User.h"
+#include <zo/core/BaseDataObject.h>
+#include <zo/core/DataObjectList.h>
+#include <zo/core/Dates.h>
+#include <zo/core/Streams.h>
+#include <zo/core/User.h>
 
 namespace demo {
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "dao/GenericDAO.h"
+#include <zo/dao/GenericDAO.h>
 
 namespace demo {
 

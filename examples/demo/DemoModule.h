@@ -3,7 +3,7 @@
 #include <memory>
 
 #include "examples/demo/DemoDAO.h"
-#include "server/CustomServerModule.h"
+#include <zo/server/CustomServerModule.h>
 
 namespace demo {
 

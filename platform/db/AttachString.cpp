@@ -2,7 +2,7 @@
 
 #include <cctype>
 
-#include "core/Exceptions.h"
+#include <zo/core/Exceptions.h>
 
 namespace zo {
 namespace {

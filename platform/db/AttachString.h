@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "platform/db/ConnectionParams.h"
+#include <zo/platform/db/ConnectionParams.h>
 
 namespace zo {
 

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "platform/db/DataTypes.h"
+#include <zo/platform/db/DataTypes.h>
 
 namespace zo::db {
 namespace {

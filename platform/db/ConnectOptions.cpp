@@ -1,6 +1,6 @@
 #include "platform/db/ConnectOptions.h"
 
-#include "core/Exceptions.h"
+#include <zo/core/Exceptions.h>
 #include "platform/db/AttachString.h"
 #include "platform/db/FbApi.h"
 

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "platform/db/ConnectionParams.h"
+#include <zo/platform/db/ConnectionParams.h>
 
 namespace zo::db {
 

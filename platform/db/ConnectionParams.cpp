@@ -1,4 +1,4 @@
-#include "platform/db/ConnectionParams.h"
+#include <zo/platform/db/ConnectionParams.h>
 
 #include <unistd.h>
 
@@ -9,7 +9,7 @@
 #include <fstream>
 #include <system_error>
 
-#include "core/Exceptions.h"
+#include <zo/core/Exceptions.h>
 
 namespace zo {
 namespace {

@@ -1,6 +1,6 @@
 #include "platform/db/Cursor.h"
 
-#include "core/Exceptions.h"
+#include <zo/core/Exceptions.h>
 #include "platform/db/BlobRead.h"
 #include "platform/db/Session.h"
 

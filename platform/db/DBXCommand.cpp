@@ -1,6 +1,6 @@
-#include "platform/db/DBXCommand.h"
+#include <zo/platform/db/DBXCommand.h>
 
-#include "core/Exceptions.h"
+#include <zo/core/Exceptions.h>
 #include "platform/db/Cursor.h"
 #include "platform/db/Execution.h"
 #include "platform/db/Session.h"

@@ -1,6 +1,6 @@
-#include "platform/db/DBXConnection.h"
+#include <zo/platform/db/DBXConnection.h>
 
-#include "core/Exceptions.h"
+#include <zo/core/Exceptions.h>
 #include "platform/db/Session.h"
 
 namespace zo {

@@ -1,6 +1,6 @@
-#include "platform/db/DBXReader.h"
+#include <zo/platform/db/DBXReader.h>
 
-#include "core/Exceptions.h"
+#include <zo/core/Exceptions.h>
 #include "platform/db/Cursor.h"
 
 namespace zo {

@@ -1,4 +1,4 @@
-#include "platform/db/DBXTransaction.h"
+#include <zo/platform/db/DBXTransaction.h>
 
 #include "platform/db/Session.h"
 

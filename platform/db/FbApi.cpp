@@ -2,7 +2,7 @@
 
 #include <array>
 
-#include "platform/db/DatabaseError.h"
+#include <zo/platform/db/DatabaseError.h>
 
 namespace zo::fb {
 

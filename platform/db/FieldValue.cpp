@@ -5,8 +5,8 @@
 #include <cstring>
 #include <limits>
 
-#include "core/Dates.h"
-#include "core/Exceptions.h"
+#include <zo/core/Dates.h>
+#include <zo/core/Exceptions.h>
 
 namespace zo::db {
 namespace {

@@ -1,6 +1,6 @@
-#include "platform/db/SQLConnection.h"
+#include <zo/platform/db/SQLConnection.h>
 
-#include "core/Exceptions.h"
+#include <zo/core/Exceptions.h>
 #include "platform/db/ConnectOptions.h"
 #include "platform/db/Session.h"
 

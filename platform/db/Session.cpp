@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "core/Exceptions.h"
+#include <zo/core/Exceptions.h>
 #include "platform/db/Cursor.h"
 
 namespace zo::db {

@@ -1,9 +1,9 @@
-#include "platform/json/JSONConverter.h"
+#include <zo/platform/json/JSONConverter.h>
 
 #include <nlohmann/json.hpp>
 
-#include "core/BaseDataObject.h"
-#include "core/DataObjectList.h"
+#include <zo/core/BaseDataObject.h>
+#include <zo/core/DataObjectList.h>
 #include "platform/json/JsonFields.h"
 
 namespace zo {

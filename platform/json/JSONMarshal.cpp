@@ -1,8 +1,8 @@
-#include "platform/json/JSONMarshal.h"
+#include <zo/platform/json/JSONMarshal.h>
 
 #include <nlohmann/json.hpp>
 
-#include "core/Exceptions.h"
+#include <zo/core/Exceptions.h>
 
 namespace zo {
 

@@ -1,12 +1,12 @@
-#include "platform/json/JSONUnMarshal.h"
+#include <zo/platform/json/JSONUnMarshal.h>
 
 #include <nlohmann/json.hpp>
 #include <string>
 
-#include "core/BaseDataObject.h"
-#include "core/ClassRegistry.h"
-#include "core/DataObjectList.h"
-#include "core/Exceptions.h"
+#include <zo/core/BaseDataObject.h>
+#include <zo/core/ClassRegistry.h>
+#include <zo/core/DataObjectList.h>
+#include <zo/core/Exceptions.h>
 #include "platform/json/JsonErrors.h"
 #include "platform/json/JsonFields.h"
 #include "platform/json/Utf8Check.h"

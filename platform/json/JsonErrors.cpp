@@ -2,8 +2,8 @@
 
 #include <nlohmann/json.hpp>
 
-#include "core/BaseDataObject.h"
-#include "core/Exceptions.h"
+#include <zo/core/BaseDataObject.h>
+#include <zo/core/Exceptions.h>
 
 namespace zo::json_errors {
 

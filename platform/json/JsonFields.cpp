@@ -5,11 +5,11 @@
 #include <limits>
 #include <nlohmann/json.hpp>
 
-#include "core/BaseDataObject.h"
-#include "core/Dates.h"
-#include "core/Exceptions.h"
-#include "core/Streams.h"
-#include "core/Text.h"
+#include <zo/core/BaseDataObject.h>
+#include <zo/core/Dates.h>
+#include <zo/core/Exceptions.h>
+#include <zo/core/Streams.h>
+#include <zo/core/Text.h>
 #include "platform/json/Base64.h"
 #include "platform/json/JsonErrors.h"
 #include "platform/json/Utf8Check.h"

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/json/Json.h"
+#include <zo/platform/json/Json.h>
 
 namespace zo {
 

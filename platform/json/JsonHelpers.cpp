@@ -2,9 +2,9 @@
 
 #include <nlohmann/json.hpp>
 
-#include "core/BaseDataObject.h"
-#include "platform/json/JSONMarshal.h"
-#include "platform/json/JSONUnMarshal.h"
+#include <zo/core/BaseDataObject.h>
+#include <zo/platform/json/JSONMarshal.h>
+#include <zo/platform/json/JSONUnMarshal.h>
 
 namespace zo {
 

@@ -2,7 +2,7 @@
 
 #include <memory>
 
-#include "platform/json/Json.h"
+#include <zo/platform/json/Json.h>
 
 namespace zo {
 

@@ -4,7 +4,7 @@
 #include <mutex>
 #include <string>
 
-#include "platform/rpc/RpcServer.h"
+#include <zo/platform/rpc/RpcServer.h>
 
 namespace zo::rpc {
 

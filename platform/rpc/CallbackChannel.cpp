@@ -1,6 +1,6 @@
 #include "platform/rpc/CallbackChannel.h"
 
-#include "core/Exceptions.h"
+#include <zo/core/Exceptions.h>
 
 namespace zo::rpc {
 

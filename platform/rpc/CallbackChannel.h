@@ -11,7 +11,7 @@
 
 #include <nlohmann/json.hpp>
 
-#include "dao/ZoCallback.h"
+#include <zo/dao/ZoCallback.h>
 #include "platform/rpc/JsonRpc.h"
 
 namespace zo::rpc {

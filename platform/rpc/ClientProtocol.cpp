@@ -1,7 +1,7 @@
 #include "platform/rpc/ClientProtocol.h"
 
 #include "platform/rpc/JsonRpc.h"
-#include "platform/rpc/RpcError.h"
+#include <zo/platform/rpc/RpcError.h>
 
 namespace zo::rpc::client_protocol {
 

@@ -1,7 +1,7 @@
 #include "platform/rpc/ClientSession.h"
 
 #include "platform/rpc/CallbackChannel.h"
-#include "platform/rpc/RpcError.h"
+#include <zo/platform/rpc/RpcError.h>
 #include "platform/rpc/ServerContext.h"
 #include "platform/rpc/WorkerPool.h"
 

@@ -9,7 +9,7 @@
 #include <nlohmann/json.hpp>
 
 #include "platform/rpc/JsonRpc.h"
-#include "platform/rpc/RpcSession.h"
+#include <zo/platform/rpc/RpcSession.h>
 
 namespace zo::rpc {
 

@@ -9,7 +9,7 @@
 
 #include "platform/rpc/HttpRpc.h"
 #include "platform/rpc/JsonRpc.h"
-#include "platform/rpc/RpcError.h"
+#include <zo/platform/rpc/RpcError.h>
 #include "platform/rpc/ServerContext.h"
 #include "platform/rpc/WsConnection.h"
 

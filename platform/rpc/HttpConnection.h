@@ -11,7 +11,7 @@
 #include <boost/beast/http/string_body.hpp>
 
 #include "platform/rpc/ConnectionRegistry.h"
-#include "platform/rpc/RpcSession.h"
+#include <zo/platform/rpc/RpcSession.h>
 
 namespace zo::rpc {
 

@@ -4,7 +4,7 @@
 
 #include "platform/rpc/ClientSession.h"
 #include "platform/rpc/JsonRpc.h"
-#include "platform/rpc/RpcError.h"
+#include <zo/platform/rpc/RpcError.h>
 #include "platform/rpc/ServerContext.h"
 
 namespace zo::rpc {

@@ -3,7 +3,7 @@
 #include <functional>
 #include <string>
 
-#include "platform/rpc/RpcSession.h"
+#include <zo/platform/rpc/RpcSession.h>
 
 namespace zo::rpc {
 

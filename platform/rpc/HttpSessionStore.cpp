@@ -5,7 +5,7 @@
 #include <fmt/format.h>
 #include <openssl/rand.h>
 
-#include "core/Exceptions.h"
+#include <zo/core/Exceptions.h>
 #include "platform/rpc/ClientSession.h"
 
 namespace zo::rpc {

@@ -2,9 +2,9 @@
 
 #include <exception>
 
-#include "core/Exceptions.h"
-#include "platform/rpc/RpcError.h"
-#include "platform/rpc/RpcSession.h"
+#include <zo/core/Exceptions.h>
+#include <zo/platform/rpc/RpcError.h>
+#include <zo/platform/rpc/RpcSession.h>
 
 namespace zo::rpc {
 

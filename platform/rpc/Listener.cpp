@@ -3,7 +3,7 @@
 #include <boost/asio/post.hpp>
 #include <boost/asio/strand.hpp>
 
-#include "core/Exceptions.h"
+#include <zo/core/Exceptions.h>
 #include "platform/rpc/HttpConnection.h"
 #include "platform/rpc/ServerContext.h"
 

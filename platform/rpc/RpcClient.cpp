@@ -1,4 +1,4 @@
-#include "platform/rpc/RpcClient.h"
+#include <zo/platform/rpc/RpcClient.h>
 
 #include <optional>
 

@@ -1,4 +1,4 @@
-#include "platform/rpc/RpcHttpClient.h"
+#include <zo/platform/rpc/RpcHttpClient.h>
 
 #include <optional>
 

@@ -1,4 +1,4 @@
-#include "platform/rpc/RpcServer.h"
+#include <zo/platform/rpc/RpcServer.h>
 
 #include <algorithm>
 #include <optional>

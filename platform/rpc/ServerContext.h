@@ -6,7 +6,7 @@
 #include "platform/rpc/AccessLog.h"
 #include "platform/rpc/ConnectionRegistry.h"
 #include "platform/rpc/HttpSessionStore.h"
-#include "platform/rpc/RpcServer.h"
+#include <zo/platform/rpc/RpcServer.h>
 #include "platform/rpc/WorkerPool.h"
 
 namespace zo::rpc {

@@ -3,7 +3,7 @@
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/signal_set.hpp>
 
-#include "platform/rpc/RpcServer.h"
+#include <zo/platform/rpc/RpcServer.h>
 
 namespace zo::rpc {
 

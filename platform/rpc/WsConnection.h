@@ -12,7 +12,7 @@
 #include <boost/beast/websocket/stream.hpp>
 
 #include "platform/rpc/ConnectionRegistry.h"
-#include "platform/rpc/RpcSession.h"
+#include <zo/platform/rpc/RpcSession.h>
 
 namespace zo::rpc {
 

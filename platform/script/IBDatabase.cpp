@@ -1,8 +1,8 @@
-#include "platform/script/IBDatabase.h"
+#include <zo/platform/script/IBDatabase.h>
 
-#include "core/Exceptions.h"
+#include <zo/core/Exceptions.h>
 #include "platform/script/IBDatabaseParams.h"
-#include "platform/script/IBTransaction.h"
+#include <zo/platform/script/IBTransaction.h>
 
 namespace zo {
 

@@ -1,7 +1,7 @@
 #include "platform/script/IBDatabaseParams.h"
 
-#include "core/Exceptions.h"
-#include "core/Text.h"
+#include <zo/core/Exceptions.h>
+#include <zo/core/Text.h>
 
 namespace zo {
 namespace {

@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-#include "platform/db/ConnectionParams.h"
+#include <zo/platform/db/ConnectionParams.h>
 #include "platform/db/CreateDatabase.h"
 
 namespace zo {

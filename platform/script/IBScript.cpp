@@ -1,9 +1,9 @@
-#include "platform/script/IBScript.h"
+#include <zo/platform/script/IBScript.h>
 
-#include "core/Exceptions.h"
-#include "platform/db/DatabaseError.h"
-#include "platform/script/IBDatabase.h"
-#include "platform/script/IBTransaction.h"
+#include <zo/core/Exceptions.h>
+#include <zo/platform/db/DatabaseError.h>
+#include <zo/platform/script/IBDatabase.h>
+#include <zo/platform/script/IBTransaction.h>
 
 namespace zo {
 namespace {

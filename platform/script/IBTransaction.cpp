@@ -1,7 +1,7 @@
-#include "platform/script/IBTransaction.h"
+#include <zo/platform/script/IBTransaction.h>
 
-#include "core/Exceptions.h"
-#include "platform/script/IBDatabase.h"
+#include <zo/core/Exceptions.h>
+#include <zo/platform/script/IBDatabase.h>
 
 namespace zo {
 

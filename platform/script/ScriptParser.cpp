@@ -1,8 +1,8 @@
-#include "platform/script/ScriptParser.h"
+#include <zo/platform/script/ScriptParser.h>
 
 #include <optional>
 
-#include "core/Text.h"
+#include <zo/core/Text.h>
 
 namespace zo {
 namespace {

@@ -1,10 +1,10 @@
-#include "platform/script/StatementKind.h"
+#include <zo/platform/script/StatementKind.h>
 
 #include <algorithm>
 #include <string_view>
 #include <vector>
 
-#include "core/Text.h"
+#include <zo/core/Text.h>
 
 namespace zo {
 namespace {

@@ -5,9 +5,9 @@
 #include <filesystem>
 
 #include "examples/demo/DemoClasses.h"
-#include "platform/db/SQLConnection.h"
-#include "server/CustomServerModule.h"
-#include "server/UserPasswords.h"
+#include <zo/platform/db/SQLConnection.h>
+#include <zo/server/CustomServerModule.h>
+#include <zo/server/UserPasswords.h>
 #include "tests/apps_schema/ToolRunner.h"
 #include "tests/script/ScriptTestSupport.h"
 #include "tests/support/TempDir.h"

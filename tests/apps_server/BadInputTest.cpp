@@ -7,7 +7,7 @@
 #include <set>
 #include <string>
 
-#include "core/Exceptions.h"
+#include <zo/core/Exceptions.h>
 #include "tests/apps_server/Remote.h"
 
 namespace zo::testing {

@@ -12,9 +12,9 @@
 
 #include <nlohmann/json.hpp>
 
-#include "platform/rpc/RpcClient.h"
-#include "platform/rpc/RpcError.h"
-#include "platform/rpc/RpcHttpClient.h"
+#include <zo/platform/rpc/RpcClient.h>
+#include <zo/platform/rpc/RpcError.h>
+#include <zo/platform/rpc/RpcHttpClient.h>
 #include "tests/apps_server/ServerProcess.h"
 #include "tests/support/TempDir.h"
 

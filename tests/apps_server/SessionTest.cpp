@@ -8,7 +8,7 @@
 #include <thread>
 #include <vector>
 
-#include "core/Exceptions.h"
+#include <zo/core/Exceptions.h>
 #include "tests/apps_server/Remote.h"
 #include "tests/support/DemoDatabase.h"
 

@@ -1,8 +1,8 @@
 #include <gtest/gtest.h>
 
-#include "core/DataObjectInfo.h"
-#include "core/Dates.h"
-#include "core/Exceptions.h"
+#include <zo/core/DataObjectInfo.h>
+#include <zo/core/Dates.h>
+#include <zo/core/Exceptions.h>
 #include "examples/demo/DemoClasses.h"
 
 namespace {

@@ -1,9 +1,9 @@
 #include <gtest/gtest.h>
 
-#include "core/Attributes.h"
-#include "core/ClassRegistry.h"
-#include "core/DataObjectInfo.h"
-#include "core/Exceptions.h"
+#include <zo/core/Attributes.h>
+#include <zo/core/ClassRegistry.h>
+#include <zo/core/DataObjectInfo.h>
+#include <zo/core/Exceptions.h>
 #include "examples/demo/DemoClasses.h"
 
 namespace {

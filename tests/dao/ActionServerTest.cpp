@@ -1,6 +1,6 @@
 // Server actions: the template method, progress on the client's wait screen, cancelling, and
 // the object cache.
-#include "dao/ActionServer.h"
+#include <zo/dao/ActionServer.h>
 #include "tests/dao/DaoTestSupport.h"
 
 namespace zo::testing {

@@ -13,9 +13,9 @@
 #include <utility>
 #include <vector>
 
-#include "core/Exceptions.h"
+#include <zo/core/Exceptions.h>
 #include "examples/demo/DemoClasses.h"
-#include "persistence/ZoServerUtils.h"
+#include <zo/persistence/ZoServerUtils.h>
 #include "tests/support/DemoDatabase.h"
 #include "tests/support/RecordingCallback.h"
 

@@ -3,8 +3,8 @@
 #include <chrono>
 #include <thread>
 
-#include "core/User.h"
-#include "dao/GenericDAO.h"
+#include <zo/core/User.h>
+#include <zo/dao/GenericDAO.h>
 #include "tests/dao/DaoTestSupport.h"
 
 namespace zo::testing {

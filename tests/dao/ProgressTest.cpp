@@ -2,10 +2,10 @@
 
 #include <algorithm>
 
-#include "core/Exceptions.h"
-#include "core/User.h"
-#include "dao/ServerActionProgress.h"
-#include "dao/WaitScreen.h"
+#include <zo/core/Exceptions.h>
+#include <zo/core/User.h>
+#include <zo/dao/ServerActionProgress.h>
+#include <zo/dao/WaitScreen.h>
 #include "tests/support/RecordingCallback.h"
 
 namespace {

@@ -3,8 +3,8 @@
 
 #include <gtest/gtest.h>
 
-#include "core/Exceptions.h"
-#include "dbstruct/DBStructClasses.h"
+#include <zo/core/Exceptions.h>
+#include <zo/dbstruct/DBStructClasses.h>
 #include "tests/dbstruct/StructBuilders.h"
 
 namespace zo {

@@ -8,7 +8,7 @@
 
 #include <gtest/gtest.h>
 
-#include "dbstruct/DBStructClasses.h"
+#include <zo/dbstruct/DBStructClasses.h>
 #include "tests/dbstruct/StructBuilders.h"
 #include "tests/support/TempDir.h"
 

@@ -1,8 +1,8 @@
 // The structure model: names, look-ups and the derived lists of a table.
 #include <gtest/gtest.h>
 
-#include "core/Exceptions.h"
-#include "dbstruct/DBStructClasses.h"
+#include <zo/core/Exceptions.h>
+#include <zo/dbstruct/DBStructClasses.h>
 #include "tests/dbstruct/StructBuilders.h"
 
 namespace zo {

@@ -5,7 +5,7 @@
 #include <string_view>
 #include <vector>
 
-#include "dbstruct/DBStructClasses.h"
+#include <zo/dbstruct/DBStructClasses.h>
 
 // Short-hands that build structure elements for the tests.
 namespace zo::testing {

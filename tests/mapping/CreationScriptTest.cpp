@@ -1,8 +1,8 @@
 #include <gtest/gtest.h>
 
-#include "platform/db/DBXCommand.h"
-#include "platform/db/DBXConnection.h"
-#include "platform/db/DBXReader.h"
+#include <zo/platform/db/DBXCommand.h>
+#include <zo/platform/db/DBXConnection.h>
+#include <zo/platform/db/DBXReader.h>
 #include "tests/support/DemoDatabase.h"
 
 namespace {

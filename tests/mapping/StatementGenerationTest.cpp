@@ -2,11 +2,11 @@
 
 #include <thread>
 
-#include "core/ClassBuilder.h"
-#include "core/Exceptions.h"
-#include "core/WaitScreen.h"
+#include <zo/core/ClassBuilder.h>
+#include <zo/core/Exceptions.h>
+#include <zo/core/WaitScreen.h>
 #include "examples/demo/DemoClasses.h"
-#include "mapping/ObjectInfoCache.h"
+#include <zo/mapping/ObjectInfoCache.h>
 
 namespace {
 

@@ -1,6 +1,6 @@
 // Catalog questions, single values, generators, statements and transactions.
-#include "core/Exceptions.h"
-#include "core/Text.h"
+#include <zo/core/Exceptions.h>
+#include <zo/core/Text.h>
 #include "tests/persistence/PersistenceTestSupport.h"
 
 namespace zo::testing {

@@ -1,5 +1,5 @@
 // Conditions over property names translated into SQL over columns.
-#include "core/Exceptions.h"
+#include <zo/core/Exceptions.h>
 #include "tests/persistence/PersistenceTestSupport.h"
 
 namespace zo::testing {

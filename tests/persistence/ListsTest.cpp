@@ -1,6 +1,6 @@
 // Aggregated lists: written with their references, synchronised on update, loaded, deleted
 // before their owner; nested-set trees.
-#include "core/Exceptions.h"
+#include <zo/core/Exceptions.h>
 #include "tests/persistence/PersistenceTestSupport.h"
 
 namespace zo::testing {

@@ -2,8 +2,8 @@
 
 #include <mutex>
 
-#include "core/ClassBuilder.h"
-#include "core/Exceptions.h"
+#include <zo/core/ClassBuilder.h>
+#include <zo/core/Exceptions.h>
 
 namespace zo::testing {
 

@@ -13,12 +13,12 @@
 #include <utility>
 #include <vector>
 
-#include "core/BaseDataObject.h"
-#include "core/DataObjectList.h"
-#include "core/Dates.h"
-#include "core/Streams.h"
+#include <zo/core/BaseDataObject.h>
+#include <zo/core/DataObjectList.h>
+#include <zo/core/Dates.h>
+#include <zo/core/Streams.h>
 #include "examples/demo/DemoClasses.h"
-#include "persistence/ZoServerUtils.h"
+#include <zo/persistence/ZoServerUtils.h>
 #include "tests/support/DemoDatabase.h"
 
 namespace zo::testing {

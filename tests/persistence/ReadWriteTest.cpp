@@ -1,6 +1,6 @@
 // Objects written and read back: every property kind, the NULL rules, text large objects,
 // embedded and hosted members, compositions.
-#include "core/Text.h"
+#include <zo/core/Text.h>
 #include "tests/persistence/PersistenceTestSupport.h"
 
 namespace zo::testing {

@@ -1,6 +1,6 @@
 // Updates that write only what changed, binary large objects, and the failure messages a
 // user can meet.
-#include "core/Exceptions.h"
+#include <zo/core/Exceptions.h>
 #include "tests/persistence/PersistenceTestSupport.h"
 
 namespace zo::testing {

@@ -6,9 +6,9 @@
 
 #include <gtest/gtest.h>
 
-#include "core/Exceptions.h"
+#include <zo/core/Exceptions.h>
 #include "platform/db/AttachString.h"
-#include "platform/db/ConnectionParams.h"
+#include <zo/platform/db/ConnectionParams.h>
 #include "tests/support/TempDir.h"
 
 namespace zo::testing {

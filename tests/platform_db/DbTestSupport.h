@@ -4,7 +4,7 @@
 #include <memory>
 #include <string>
 
-#include "platform/db/SQLConnection.h"
+#include <zo/platform/db/SQLConnection.h>
 #include "tests/support/TempDir.h"
 
 #include <gtest/gtest.h>

@@ -2,8 +2,8 @@
 // never a crash.
 #include <string>
 
-#include "core/Exceptions.h"
-#include "platform/db/DatabaseError.h"
+#include <zo/core/Exceptions.h>
+#include <zo/platform/db/DatabaseError.h>
 #include "tests/platform_db/DbTestSupport.h"
 
 namespace zo::testing {

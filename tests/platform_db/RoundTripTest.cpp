@@ -2,11 +2,11 @@
 #include <string>
 #include <vector>
 
-#include "core/Dates.h"
-#include "core/Exceptions.h"
+#include <zo/core/Dates.h>
+#include <zo/core/Exceptions.h>
 #include "platform/db/CreateDatabase.h"
-#include "platform/db/DataTypes.h"
-#include "platform/db/DatabaseError.h"
+#include <zo/platform/db/DataTypes.h>
+#include <zo/platform/db/DatabaseError.h>
 #include "tests/platform_db/DbTestSupport.h"
 
 namespace zo::testing {

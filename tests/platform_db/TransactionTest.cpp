@@ -1,8 +1,8 @@
 // Explicit transactions, savepoints and auto-commit.
 #include <string>
 
-#include "core/Exceptions.h"
-#include "platform/db/DatabaseError.h"
+#include <zo/core/Exceptions.h>
+#include <zo/platform/db/DatabaseError.h>
 #include "tests/platform_db/DbTestSupport.h"
 
 namespace zo::testing {

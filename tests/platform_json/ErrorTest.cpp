@@ -3,10 +3,10 @@
 #include <cmath>
 #include <nlohmann/json.hpp>
 
-#include "core/Exceptions.h"
+#include <zo/core/Exceptions.h>
 #include "examples/demo/DemoClasses.h"
-#include "platform/json/JSONMarshal.h"
-#include "platform/json/JSONUnMarshal.h"
+#include <zo/platform/json/JSONMarshal.h>
+#include <zo/platform/json/JSONUnMarshal.h>
 
 namespace {
 

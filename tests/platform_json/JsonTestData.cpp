@@ -2,8 +2,8 @@
 
 #include <gtest/gtest.h>
 
-#include "core/DataObjectList.h"
-#include "core/Streams.h"
+#include <zo/core/DataObjectList.h>
+#include <zo/core/Streams.h>
 
 namespace zo::testing {
 

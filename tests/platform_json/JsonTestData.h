@@ -4,7 +4,7 @@
 #include <memory>
 #include <vector>
 
-#include "core/BaseDataObject.h"
+#include <zo/core/BaseDataObject.h>
 #include "examples/demo/DemoClasses.h"
 
 namespace zo::testing {

@@ -2,10 +2,10 @@
 
 #include <nlohmann/json.hpp>
 
-#include "core/Streams.h"
+#include <zo/core/Streams.h>
 #include "examples/demo/DemoClasses.h"
-#include "platform/json/JSONMarshal.h"
-#include "platform/json/JSONUnMarshal.h"
+#include <zo/platform/json/JSONMarshal.h>
+#include <zo/platform/json/JSONUnMarshal.h>
 #include "platform/json/JsonHelpers.h"
 #include "tests/platform_json/JsonTestData.h"
 

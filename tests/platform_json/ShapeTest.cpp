@@ -2,11 +2,11 @@
 
 #include <nlohmann/json.hpp>
 
-#include "core/Streams.h"
-#include "core/WaitScreen.h"
+#include <zo/core/Streams.h>
+#include <zo/core/WaitScreen.h>
 #include "examples/demo/DemoClasses.h"
-#include "platform/json/JSONMarshal.h"
-#include "platform/json/JSONUnMarshal.h"
+#include <zo/platform/json/JSONMarshal.h>
+#include <zo/platform/json/JSONUnMarshal.h>
 #include "tests/platform_json/JsonTestData.h"
 
 namespace {

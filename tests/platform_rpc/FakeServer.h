@@ -10,9 +10,9 @@
 
 #include <nlohmann/json.hpp>
 
-#include "platform/rpc/RpcClient.h"
-#include "platform/rpc/RpcHttpClient.h"
-#include "platform/rpc/RpcServer.h"
+#include <zo/platform/rpc/RpcClient.h>
+#include <zo/platform/rpc/RpcHttpClient.h>
+#include <zo/platform/rpc/RpcServer.h>
 
 namespace zo::rpc::testing {
 

@@ -4,7 +4,7 @@
 #include <string>
 
 #include "FakeServer.h"
-#include "platform/rpc/RpcError.h"
+#include <zo/platform/rpc/RpcError.h>
 
 namespace zo::rpc::testing {
 namespace {

@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "FakeServer.h"
-#include "platform/rpc/RpcError.h"
+#include <zo/platform/rpc/RpcError.h>
 
 namespace zo::rpc::testing {
 namespace {

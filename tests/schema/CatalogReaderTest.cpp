@@ -2,10 +2,10 @@
 #include <gtest/gtest.h>
 
 #include "examples/demo/DemoClasses.h"
-#include "mapping/ServerClasses.h"
-#include "platform/db/SQLConnection.h"
-#include "schema/CatalogReader.h"
-#include "schema/DBManager.h"
+#include <zo/mapping/ServerClasses.h>
+#include <zo/platform/db/SQLConnection.h>
+#include <zo/schema/CatalogReader.h>
+#include <zo/schema/DBManager.h>
 #include "tests/schema/MigrationSupport.h"
 #include "tests/support/DemoDatabase.h"
 

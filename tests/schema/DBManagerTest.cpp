@@ -1,7 +1,7 @@
 // The comparison of two hand-built models into a migration script.
 #include <gtest/gtest.h>
 
-#include "schema/DBManager.h"
+#include <zo/schema/DBManager.h>
 #include "tests/dbstruct/StructBuilders.h"
 
 namespace zo {

@@ -2,9 +2,9 @@
 
 #include <string>
 
-#include "platform/db/SQLConnection.h"
-#include "schema/CatalogReader.h"
-#include "schema/DBManager.h"
+#include <zo/platform/db/SQLConnection.h>
+#include <zo/schema/CatalogReader.h>
+#include <zo/schema/DBManager.h>
 
 namespace zo::testing {
 

@@ -3,10 +3,10 @@
 #include <gtest/gtest.h>
 
 #include "examples/demo/DemoClasses.h"
-#include "mapping/ServerClasses.h"
-#include "platform/db/DBXCommand.h"
-#include "platform/db/DBXConnection.h"
-#include "platform/db/DBXReader.h"
+#include <zo/mapping/ServerClasses.h>
+#include <zo/platform/db/DBXCommand.h>
+#include <zo/platform/db/DBXConnection.h>
+#include <zo/platform/db/DBXReader.h>
 #include "tests/schema/MigrationSupport.h"
 #include "tests/schema/SchemaTestClasses.h"
 #include "tests/support/DemoDatabase.h"

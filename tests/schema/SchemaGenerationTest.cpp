@@ -4,12 +4,12 @@
 
 #include <gtest/gtest.h>
 
-#include "core/Exceptions.h"
-#include "dbstruct/DBStructClasses.h"
-#include "mapping/ServerClasses.h"
-#include "platform/db/DBXCommand.h"
-#include "platform/db/DBXConnection.h"
-#include "platform/db/DBXReader.h"
+#include <zo/core/Exceptions.h>
+#include <zo/dbstruct/DBStructClasses.h>
+#include <zo/mapping/ServerClasses.h>
+#include <zo/platform/db/DBXCommand.h>
+#include <zo/platform/db/DBXConnection.h>
+#include <zo/platform/db/DBXReader.h>
 #include "tests/schema/SchemaTestClasses.h"
 #include "tests/support/DemoDatabase.h"
 

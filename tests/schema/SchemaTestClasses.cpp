@@ -2,8 +2,8 @@
 
 #include <mutex>
 
-#include "core/ClassBuilder.h"
-#include "core/User.h"
+#include <zo/core/ClassBuilder.h>
+#include <zo/core/User.h>
 
 namespace schematest {
 

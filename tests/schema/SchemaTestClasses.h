@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "core/BaseDataObject.h"
+#include <zo/core/BaseDataObject.h>
 #include "examples/demo/DemoClasses.h"
 
 namespace schematest {

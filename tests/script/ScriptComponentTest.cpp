@@ -3,10 +3,10 @@
 
 #include <gtest/gtest.h>
 
-#include "platform/db/DatabaseError.h"
-#include "platform/script/IBDatabase.h"
-#include "platform/script/IBScript.h"
-#include "platform/script/IBTransaction.h"
+#include <zo/platform/db/DatabaseError.h>
+#include <zo/platform/script/IBDatabase.h>
+#include <zo/platform/script/IBScript.h>
+#include <zo/platform/script/IBTransaction.h>
 #include "tests/script/ScriptTestSupport.h"
 #include "tests/support/DemoDatabase.h"
 

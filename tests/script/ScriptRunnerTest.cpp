@@ -5,10 +5,10 @@
 
 #include <filesystem>
 
-#include "dbstruct/DBStructClasses.h"
+#include <zo/dbstruct/DBStructClasses.h>
 #include "examples/demo/DemoClasses.h"
-#include "mapping/ServerClasses.h"
-#include "schema/DBScriptRunner.h"
+#include <zo/mapping/ServerClasses.h>
+#include <zo/schema/DBScriptRunner.h>
 #include "tests/script/ScriptTestSupport.h"
 #include "tests/support/DemoDatabase.h"
 

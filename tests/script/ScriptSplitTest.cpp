@@ -2,8 +2,8 @@
 
 #include <gtest/gtest.h>
 
-#include "platform/script/ScriptParser.h"
-#include "platform/script/StatementKind.h"
+#include <zo/platform/script/ScriptParser.h>
+#include <zo/platform/script/StatementKind.h>
 
 namespace zo {
 namespace {

@@ -3,8 +3,8 @@
 #include <fstream>
 #include <sstream>
 
-#include "core/Text.h"
-#include "platform/db/DBXCommand.h"
+#include <zo/core/Text.h>
+#include <zo/platform/db/DBXCommand.h>
 
 namespace zo::testing {
 

@@ -7,7 +7,7 @@
 
 #include <gtest/gtest.h>
 
-#include "platform/db/SQLConnection.h"
+#include <zo/platform/db/SQLConnection.h>
 #include "tests/support/TempDir.h"
 
 namespace zo::testing {

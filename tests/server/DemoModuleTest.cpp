@@ -2,7 +2,7 @@
 
 #include <fmt/format.h>
 
-#include "platform/db/SQLConnection.h"
+#include <zo/platform/db/SQLConnection.h>
 #include "tests/server/ServerTestSupport.h"
 #include "tests/support/RecordingCallback.h"
 

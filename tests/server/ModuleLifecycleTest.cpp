@@ -3,9 +3,9 @@
 
 #include <filesystem>
 
-#include "core/DebugOutput.h"
-#include "dao/GenericDAO.h"
-#include "platform/db/SQLConnection.h"
+#include <zo/core/DebugOutput.h>
+#include <zo/dao/GenericDAO.h>
+#include <zo/platform/db/SQLConnection.h>
 #include "tests/server/ServerTestSupport.h"
 
 namespace zo::testing {

@@ -5,13 +5,13 @@
 
 #include <fmt/format.h>
 
-#include "core/DebugOutput.h"
-#include "dao/GenericDAO.h"
+#include <zo/core/DebugOutput.h>
+#include <zo/dao/GenericDAO.h>
 #include "examples/demo/DemoClasses.h"
-#include "persistence/ZoServerUtils.h"
-#include "platform/db/DBXConnection.h"
-#include "platform/db/DBXTransaction.h"
-#include "platform/db/SQLConnection.h"
+#include <zo/persistence/ZoServerUtils.h>
+#include <zo/platform/db/DBXConnection.h>
+#include <zo/platform/db/DBXTransaction.h>
+#include <zo/platform/db/SQLConnection.h>
 #include "tests/server/ServerTestSupport.h"
 #include "tests/support/RecordingCallback.h"
 

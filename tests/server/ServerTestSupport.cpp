@@ -4,9 +4,9 @@
 #include <sstream>
 
 #include "examples/demo/DemoClasses.h"
-#include "platform/db/DBXCommand.h"
-#include "platform/db/DBXConnection.h"
-#include "platform/db/DBXReader.h"
+#include <zo/platform/db/DBXCommand.h>
+#include <zo/platform/db/DBXConnection.h>
+#include <zo/platform/db/DBXReader.h>
 
 namespace zo::testing {
 namespace fs = std::filesystem;

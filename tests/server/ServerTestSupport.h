@@ -15,7 +15,7 @@
 #include <nlohmann/json.hpp>
 
 #include "examples/demo/DemoModule.h"
-#include "server/ZoServer.h"
+#include <zo/server/ZoServer.h>
 #include "tests/support/DemoDatabase.h"
 
 namespace zo::testing {

@@ -3,13 +3,13 @@
 #include <filesystem>
 #include <mutex>
 
-#include "dbstruct/DBStructClasses.h"
+#include <zo/dbstruct/DBStructClasses.h>
 #include "examples/demo/DemoClasses.h"
-#include "mapping/ServerClasses.h"
+#include <zo/mapping/ServerClasses.h>
 #include "platform/db/CreateDatabase.h"
-#include "platform/db/DBXCommand.h"
-#include "platform/db/DBXConnection.h"
-#include "platform/script/ScriptParser.h"
+#include <zo/platform/db/DBXCommand.h>
+#include <zo/platform/db/DBXConnection.h>
+#include <zo/platform/script/ScriptParser.h>
 
 namespace zo::testing {
 namespace {

@@ -3,7 +3,7 @@
 #include <memory>
 #include <string>
 
-#include "platform/db/SQLConnection.h"
+#include <zo/platform/db/SQLConnection.h>
 #include "tests/support/TempDir.h"
 
 namespace zo::testing {

@@ -6,7 +6,7 @@
 
 #include <nlohmann/json.hpp>
 
-#include "dao/ZoCallback.h"
+#include <zo/dao/ZoCallback.h>
 
 namespace zo::testing {
 

@@ -2,8 +2,8 @@
 // a new column (TCidade gains DDD) and a new class brings a new table (TFornecedor). It also
 // seeds the database, as an application may.
 
-#include "apps/zo-schema/SchemaTool.h"
-#include "core/ClassBuilder.h"
+#include <zo/schematool/SchemaTool.h>
+#include <zo/core/ClassBuilder.h>
 #include "examples/demo/DemoClasses.h"
 
 namespace changed {

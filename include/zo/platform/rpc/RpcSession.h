@@ -1,0 +1,59 @@
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include <nlohmann/json_fwd.hpp>
+
+#include <zo/core/Exceptions.h>
+#include <zo/dao/ZoCallback.h>
+
+// The seam between the remote-method transport and the application: the transport knows
+// clients, messages and threads; the application knows what a method does.
+namespace zo::rpc {
+
+// Who is on the other end of a session, for the session's own records and the access log.
+struct ClientInfo {
+  std::string peer;       // "address:port"
+  std::string transport;  // "ws" or "http"
+};
+
+// Thrown by a session for a method name it does not serve; the client gets JSON-RPC -32601.
+class MethodNotFound : public zo::Exception {
+ public:
+  using zo::Exception::Exception;
+};
+
+// Thrown by a session for parameters it cannot use; the client gets JSON-RPC -32602.
+class InvalidParams : public zo::Exception {
+ public:
+  using zo::Exception::Exception;
+};
+
+// One connected client's server module. Created on "connect", destroyed when the WebSocket
+// closes or the HTTP session expires; the destructor is the place to roll back whatever is
+// still open. The transport never runs two calls of one session at the same time, and always
+// runs them (and the destructor) on its worker threads, never on a network thread.
+class IRpcSession {
+ public:
+  virtual ~IRpcSession() = default;
+  // Runs one method. `callback` is non-null when params carried "Callback": true; it is valid
+  // only during this call. Any exception becomes a JSON-RPC error whose message is the
+  // exception's message verbatim.
+  virtual nlohmann::json Call(const std::string& method, const nlohmann::json& params,
+                              TZoCallback* callback) = 0;
+  virtual std::string Customer() const = 0;  // for the access log
+  virtual std::string User() const = 0;      // for the access log
+};
+
+class IRpcSessionFactory {
+ public:
+  virtual ~IRpcSessionFactory() = default;
+  // Checks the credentials in `params` ("user", "customer", "password") and creates the
+  // session; throws zo::Exception to refuse. Called on a worker thread, possibly from several
+  // workers at once for different clients.
+  virtual std::unique_ptr<IRpcSession> Connect(const nlohmann::json& params,
+                                               const ClientInfo& client) = 0;
+};
+
+}  // namespace zo::rpc
