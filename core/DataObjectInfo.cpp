@@ -38,6 +38,16 @@ bool InInsertList(const TRttiProperty* p) {
          skill != TPropertySkill::psTextBlob && skill != TPropertySkill::psBinaryBlob;
 }
 
+// An empty text in a unique column is NULL: objects without a value must not collide with one
+// another on the column's unique constraint.
+std::string ColumnLiteral(const TRttiProperty* p, const TValue& value) {
+  const bool text = p->Type().IsString() || p->Type().IsChar();
+  if (GetAttribSkill(p) == TPropertySkill::psUnique && text && value.AsString().empty()) {
+    return "NULL";
+  }
+  return TDataObjectInfo::ValueToStr(value);
+}
+
 [[noreturn]] void Invalid(const TBaseDataObject& obj, const TRttiProperty* p,
                           const std::string& problem) {
   throw Exception("O valor da propriedade \"" + p->Name() + "\" da classe \"" + obj.ClassName() +
@@ -118,14 +128,14 @@ std::string TDataObjectInfo::PropValueToStr(const TBaseDataObject& obj,
   if (!assignments) {
     append(std::to_string(obj.GetCodigo()));
     for (const TRttiProperty* p : props) {
-      if (p != fKeyProperty && InInsertList(p)) append(ValueToStr(p->GetValue(obj)));
+      if (p != fKeyProperty && InInsertList(p)) append(ColumnLiteral(p, p->GetValue(obj)));
     }
     return out;
   }
   for (const TRttiProperty* p : props) {
     if (p == fKeyProperty || IsAgregation(p)) continue;
     const std::string column = prefix.empty() ? GetAttribName(p) : prefix + "_" + GetAttribName(p);
-    append(column + " = " + ValueToStr(p->GetValue(obj)));
+    append(column + " = " + ColumnLiteral(p, p->GetValue(obj)));
   }
   return out;
 }

@@ -290,6 +290,15 @@ std::string TDataObjectInfoDB::GenerateScriptDataBase(const TModuleStruct& db) {
   }
   lines.push_back("");
 
+  // After the extended tables, whose added columns may be unique too.
+  lines.push_back("/**************** CHAVES UNICAS ********************/");
+  for (const auto* tables : {&db.NormalTables(), &db.ExtendedTables()}) {
+    for (const auto& t : *tables) {
+      for (const auto& unique : t->Uniques()) lines.push_back(unique->getDDL());
+    }
+  }
+  lines.push_back("");
+
   lines.push_back("/**************** GERADORES ********************/");
   for (const auto& t : db.NormalTables()) lines.push_back(t->GetGeneratorDDL());
   lines.push_back("");

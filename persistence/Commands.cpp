@@ -1,18 +1,29 @@
 // Running statements and bracketing work in transactions.
 #include <zo/core/Exceptions.h>
+#include <zo/platform/db/DatabaseError.h>
 #include "persistence/PersistenceDetail.h"
 #include <zo/persistence/ZoServerUtils.h>
 
 namespace zo {
+namespace {
+
+// The statement's start is enough to recognise it; the dots are added even when whole.
+std::string WithStatement(const std::string& message, const std::string& statement) {
+  return message + "\r\n" + detail::Utf8Left(statement, 256) + "...";
+}
+
+}  // namespace
 
 void ExecuteSqlCmd(TDBXConnection& connection, const std::string& statement) {
   try {
     const auto command = connection.CreateCommand();
     command->SetText(statement);
     command->ExecuteUpdate();  // rows a statement returns are discarded by the command
+  } catch (const EDatabaseError& e) {
+    // The code travels on, so that callers can tell what kind of failure it was.
+    throw EDatabaseError(WithStatement(e.what(), statement), e.ErrorCode());
   } catch (const std::exception& e) {
-    // The statement's start is enough to recognise it; the dots are added even when whole.
-    throw Exception(std::string(e.what()) + "\r\n" + detail::Utf8Left(statement, 256) + "...");
+    throw Exception(WithStatement(e.what(), statement));
   }
 }
 

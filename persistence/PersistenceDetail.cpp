@@ -39,4 +39,8 @@ TDataObjectClass ListMasterClass(const TRttiProperty* listProperty, TDataObjectC
   return host != nullptr ? host : ownerClass;
 }
 
+std::string RowKeyName(const TDataObjectInfoDB& info) {
+  return info.HostKeyName().empty() ? info.GetKeyName() : info.HostKeyName();
+}
+
 }  // namespace zo::detail

@@ -4,6 +4,8 @@
 
 #include <zo/core/Attributes.h>
 #include <zo/core/Exceptions.h>
+#include <zo/platform/db/DatabaseError.h>
+#include "persistence/PersistenceDetail.h"
 #include <zo/persistence/ZoServerUtils.h>
 
 namespace zo {
@@ -27,11 +29,57 @@ void WriteHostedMember(TDBXConnection& connection, const TBaseDataObject& owner,
   UpdateDataObject(connection, member, hostClass, true, GetAttribName(prop));
 }
 
+bool RowExists(TDBXConnection& connection, const TDataObjectInfoDB& info, int32_t id) {
+  const auto reader =
+      GetReader(connection, fmt::sprintf("select first 1 1 from %s where %s = %d",
+                                         info.GetTableName(), detail::RowKeyName(info), id));
+  return reader->Reader().Next();
+}
+
+// A duplicate refused by the database is answered naming the property, not with the
+// database's own text. Which property it was is asked of the table; a repeated key is the
+// key property's; anything else still gets a message of its own.
+[[noreturn]] void RaiseDuplicate(TDBXConnection& connection, const TDataObjectInfoDB& info,
+                                 const TBaseDataObject& object) {
+  const TRttiProperty* prop = detail::FindDuplicatedProperty(connection, info, object);
+  if (prop == nullptr && info.KeyProperty() != nullptr &&
+      RowExists(connection, info, object.GetCodigo())) {
+    prop = info.KeyProperty();
+  }
+  if (prop != nullptr) throw Exception(detail::DuplicateValueMessage(object, prop));
+  throw Exception("O objeto da classe \"" + object.ClassName() +
+                  "\" repete o valor de uma coluna única de outro objeto");
+}
+
+// Runs the statements that write the object's own row.
+void WriteRow(TDBXConnection& connection, const TDataObjectInfoDB& info,
+              const TBaseDataObject& object, const std::vector<std::string>& statements) {
+  try {
+    ExecuteSqlCmd(connection, statements);
+  } catch (const EDatabaseError& e) {
+    if (!e.IsUniqueViolation()) throw;
+    RaiseDuplicate(connection, info, object);
+  }
+}
+
+// Binary large objects the object holds are written after its row, chunk by chunk. One it
+// does not hold is left as stored: a read never fills it, so an object read and sent back
+// must not wipe it (SetBlobData with no stream empties it).
+void WriteHeldBlobs(TDBXConnection& connection, const TDataObjectInfoDB& info,
+                    const TBaseDataObject& object) {
+  for (const TRttiProperty* prop : info.Properties()) {
+    if (TStream* stream = detail::HeldBinaryBlob(object, prop)) {
+      detail::WriteBinaryBlob(connection, info, prop, object.GetCodigo(), stream);
+    }
+  }
+}
+
 int32_t Insert(TDBXConnection& connection, TBaseDataObject& object, bool writeLists) {
   TDataObjectInfoDB& info = *GetObjectInfoDB(object.ClassType());
   if (object.GetCodigo() < 0) object.SetCodigo(Novocodigo(connection, info.GetTableName()));
   info.Validate(object);
-  ExecuteSqlCmd(connection, info.GenerateInsertCode(object));
+  WriteRow(connection, info, object, {info.GenerateInsertCode(object)});
+  WriteHeldBlobs(connection, info, object);
   if (writeLists) {
     const std::vector<const TRttiProperty*> lists = info.ListProperties();
     for (const TRttiProperty* list : lists) ProcessAgregations(connection, object, list, false);
@@ -62,8 +110,9 @@ void Update(TDBXConnection& connection, TBaseDataObject& object, TDataObjectClas
   if (!changed.empty()) {
     std::vector<std::string> commands;
     info.GenerateUpdateCode(object, changed, commands);
-    ExecuteSqlCmd(connection, commands);
+    WriteRow(connection, info, object, commands);
   }
+  WriteHeldBlobs(connection, info, object);
   const std::vector<const TRttiProperty*> props = info.Properties();
   for (const TRttiProperty* prop : props) {
     // Unlike the insert, only a composed member is written here.

@@ -117,6 +117,35 @@ void AddToSharedTable(const TTableStruct& extended, const TModuleStruct& wantedM
   }
 }
 
+// A unique constraint is missing when the table holds none on its column, under any name.
+bool HasUniqueOn(const TTableStruct& table, const std::string& column) {
+  for (const auto& unique : table.Uniques()) {
+    if (text::SameText(unique->KeyName(), column)) return true;
+  }
+  return false;
+}
+
+// The unique constraints of the classes that the database lacks: of new tables all, of
+// existing ones those on a column without one. They come last, after every column exists.
+void AddMissingUniques(const TModuleStruct& wantedModel, const TClassIndex& current,
+                       std::vector<std::string>& out) {
+  for (const auto* tables : {&wantedModel.NormalTables(), &wantedModel.ExtendedTables()}) {
+    for (const auto& table : *tables) {
+      const TTableStruct* existing = current.Find(table->SourceClass());
+      // A merged class listed among the normal tables is never created: nothing to add to.
+      if (existing == nullptr && tables == &wantedModel.NormalTables() &&
+          table->IsExtendedTable()) {
+        continue;
+      }
+      for (const auto& unique : table->Uniques()) {
+        if (existing == nullptr || !HasUniqueOn(*existing, unique->KeyName())) {
+          out.push_back(unique->getDDL());
+        }
+      }
+    }
+  }
+}
+
 void RequireModels(const TModuleStruct* current, const TModuleStruct* wanted) {
   if (current == nullptr || wanted == nullptr) {
     throw Exception("A comparação de estruturas precisa da estrutura atual e da nova");
@@ -142,6 +171,7 @@ std::string TDataBaseManager::MakeScript() const {
   // Every new table gets its sequence, whether or not its key is fed by one.
   for (const TTableStruct* table : tablesToCreate) lines.push_back(table->GetGeneratorDDL());
   lines.insert(lines.end(), alterations.begin(), alterations.end());
+  AddMissingUniques(*fNewStruct, TClassIndex(*fCurrentStruct), lines);
   return text::JoinLines(lines);
 }
 

@@ -473,6 +473,8 @@ void TZoCustomServerModule::Validate(const nlohmann::json& jObj) {
   const auto obj = UnSerializar(jObj);
   TGenericDAO* dao = GetDAO(getClassOfObj(obj.get()));
   dao->Validate(*obj);
+  // Then what the insert itself would refuse, with the same messages.
+  ValidateDataObject(dao->GetConnection(), *obj);
   Fire(meVALIDATE);
 }
 

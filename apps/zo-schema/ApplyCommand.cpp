@@ -7,6 +7,7 @@
 #include "apps/zo-schema/SchemaModel.h"
 #include "apps/zo-schema/SequenceResets.h"
 #include "apps/zo-schema/ToolContext.h"
+#include "apps/zo-schema/UniqueDuplicates.h"
 #include <zo/schema/DBScriptRunner.h>
 
 namespace zo::schematool {
@@ -70,6 +71,19 @@ int Run(const TCommandLine& args, const TToolContext& context) {
     }
   }
 
+  // The database would refuse such a constraint with an error the runner tolerates as a
+  // duplicate: the column would silently stay without it.
+  runner.IBDataBase().Open();
+  if (const auto repeated =
+          FindRepeatedUniqueValue(runner.IBDataBase().Connection().DBXConnection(), statements)) {
+    context.err << "erro: a coluna " << repeated->column << " da tabela " << repeated->table
+                << " tem valores repetidos (por exemplo '" << repeated->value
+                << "'); a restrição única " << repeated->constraint
+                << " não pode ser criada. Corrija os dados e rode o script de novo; nada foi "
+                   "aplicado.\n";
+    return kExitFailure;
+  }
+
   EnsureLogExists();
   TScriptStatement current;
   int currentIndex = 0;
@@ -113,6 +127,8 @@ TCommand ApplyCommand() {
           "(\"already exists\", \"attempt to store duplicate value\") são tolerados e\n"
           "registrados em ScriptErrorLog.txt no diretório atual; qualquer outro erro para o\n"
           "script. DDL é confirmado a cada comando; o resto, no fim do script ou no COMMIT.\n"
+          "Um script que cria uma restrição única numa coluna que já repete um valor não é\n"
+          "rodado: a mensagem diz a tabela, a coluna e um dos valores repetidos.\n"
           "\n"
           "  --db ARQUIVO             o banco de dados\n"
           "  --allow-sequence-reset   roda mesmo um script que reinicia sequências que o banco\n"

@@ -92,12 +92,12 @@ TEST(SchemaTool, CreateThenDiffAndApply) {
   // ...and when forced, it stops at the first intolerable error with the error's text.
   const auto forced = run({"apply", "--db", "demo.fdb", "--allow-sequence-reset", "create.sql"});
   EXPECT_EQ(forced.exitCode, 2);
-  EXPECT_TRUE(Contains(forced.err, "[1/38] CREATE TABLE USUARIOS (")) << forced.err;
-  EXPECT_TRUE(Contains(forced.err, "[23/38] ALTER TABLE CLIENTES ADD DESCONTO_VIP"));
+  EXPECT_TRUE(Contains(forced.err, "[1/41] CREATE TABLE USUARIOS (")) << forced.err;
+  EXPECT_TRUE(Contains(forced.err, "[23/41] ALTER TABLE CLIENTES ADD DESCONTO_VIP"));
   EXPECT_TRUE(Contains(forced.err,
-                       "erro no comando 23/38 (linha 113 do script): "
+                       "erro no comando 23/41 (linha 113 do script): "
                        "unsuccessful metadata update"));
-  EXPECT_FALSE(Contains(forced.err, "[24/38]"));
+  EXPECT_FALSE(Contains(forced.err, "[24/41]"));
   const std::string log = ReadFile(dir.Path() / "ScriptErrorLog.txt");
   EXPECT_TRUE(Contains(log, "-Table USUARIOS already exists - Linha: 15 - Ignorado: True"));
   EXPECT_TRUE(log.ends_with("- Linha: 112 - Ignorado: False\n")) << log;
@@ -160,6 +160,51 @@ TEST(SchemaTool, ChangedClassesMigrateWithDiffAndApply) {
   auto connection = database.Connect();
   ExecuteSql(*connection, "insert into FORNECEDORES (ID, NOME, CIDADE_ID) values (1, 'F', null)");
   ExecuteSql(*connection, "update CIDADES set DDD = '081'");
+}
+
+// A database made before its unique columns had constraints: the migration adds the missing
+// one (and drops none the classes lack), and apply refuses to run while the data repeats it.
+TEST(SchemaTool, MissingUniqueConstraintsMigrateOnceTheDataAllows) {
+  const DemoDatabase database;
+  const auto& dir = database.Dir().Path();
+  const auto run = [&](std::vector<std::string> args) { return RunSchema(args, dir); };
+  const auto constraints = [&](const std::string& name) {
+    auto connection = database.Connect();
+    return QueryInt(
+        *connection,
+        "select count(*) from RDB$RELATION_CONSTRAINTS where RDB$CONSTRAINT_NAME = '" + name + "'");
+  };
+  {
+    auto connection = database.Connect();
+    ExecuteSql(*connection, "alter table CLIENTES drop constraint CLIENTESEMAIL");
+    ExecuteSql(*connection, "alter table CIDADES add constraint UQ_CIDADES_NOME unique (NOME)");
+    for (const char* id : {"1", "2"}) {
+      ExecuteSql(*connection, std::string("insert into CLIENTES (ID, NOME, EMAIL) values (") + id +
+                                  ", 'Cliente " + id + "', 'dup@exemplo.com')");
+    }
+  }
+  const auto diff = run({"diff", "--db", "ZO.FDB"});
+  ASSERT_EQ(diff.exitCode, 0) << diff.err;
+  EXPECT_EQ(diff.out, "ALTER TABLE CLIENTES ADD CONSTRAINT CLIENTESEMAIL UNIQUE (EMAIL);\r\n");
+  WriteFile((dir / "migration.sql").string(), diff.out);
+
+  const auto refused = run({"apply", "--db", "ZO.FDB", "migration.sql"});
+  EXPECT_EQ(refused.exitCode, 2);
+  EXPECT_TRUE(Contains(refused.err,
+                       "erro: a coluna EMAIL da tabela CLIENTES tem valores repetidos (por "
+                       "exemplo 'dup@exemplo.com')"))
+      << refused.err;
+  EXPECT_EQ(constraints("CLIENTESEMAIL"), 0);
+
+  {
+    auto connection = database.Connect();
+    ExecuteSql(*connection, "update CLIENTES set EMAIL = 'outro@exemplo.com' where ID = 2");
+  }
+  const auto applied = run({"apply", "--db", "ZO.FDB", "migration.sql"});
+  ASSERT_EQ(applied.exitCode, 0) << applied.err;
+  EXPECT_EQ(constraints("CLIENTESEMAIL"), 1);
+  EXPECT_EQ(constraints("UQ_CIDADES_NOME"), 1);
+  EXPECT_EQ(run({"diff", "--db", "ZO.FDB"}).out, "");
 }
 
 TEST(SchemaTool, ApplicationSeedRunsOnNewDatabases) {

@@ -110,10 +110,11 @@ TEST_F(StatementGenerationTest, InsertStatementCarriesLiterals) {
   cli.Codigo = 8;
   cli.Nome = "100% Ana";
   cli.Foto = std::make_unique<zo::TBitmap>(std::string("PNG"));
+  // No e-mail: NULL in the unique column, so that customers without one never collide.
   EXPECT_EQ(GetObjectInfoDB(&TCliente::StaticType())->GenerateInsertCode(cli),
             "insert into CLIENTES(ID,USUARIO_ID,DATAHORA_INC,DATAHORA_ALT,NOME,EMAIL,TIPO,ATIVO,"
             "DATA_CADASTRO,LIMITE_CREDITO,CIDADE_ID,Foto) "
-            "values(8,NULL,NULL,NULL,'100% Ana','',0,1,NULL,0,NULL,NULL)");
+            "values(8,NULL,NULL,NULL,'100% Ana',NULL,0,1,NULL,0,NULL,NULL)");
 }
 
 TEST_F(StatementGenerationTest, UpdateWritesOrdinaryColumnsThenTextBlobChunks) {

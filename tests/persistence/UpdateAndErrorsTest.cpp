@@ -80,8 +80,10 @@ TEST_F(UpdateTest, BinaryStreamsAreWrittenInChunksAndReadBackWhole) {
   EXPECT_EQ(Get<TProduto>(id)->Imagem, nullptr) << "binary large objects are not read with the row";
 
   SetBlobData(Conn(), id, "Imagem", &TProduto::StaticType(), nullptr);
-  EXPECT_EQ(Updates().size(), 1u) << "an absent stream only empties the column";
-  EXPECT_TRUE(GetBlobData(Conn(), id, "Imagem", &TProduto::StaticType())->Bytes().empty());
+  EXPECT_EQ(Updates(), (std::vector<std::string>{
+                           fmt::format("UPDATE PRODUTOS SET IMAGEM = NULL WHERE ID = {}", id)}))
+      << "an absent stream makes the column NULL";
+  EXPECT_EQ(GetBlobData(Conn(), id, "Imagem", &TProduto::StaticType()), nullptr);
   EXPECT_FALSE(Conn().InTransaction()) << "committed";
 }
 
@@ -120,10 +122,11 @@ TEST_F(ErrorsTest, WritingFailuresNameTheObject) {
   cidade.Nome = "Caruaru";
   cidade.UF = "PE";
   InsertDataObject(Conn(), cidade);
+  // A duplicate is told by the database's error code and named, not passed on as its text.
   std::string message = MessageOf([&] { InsertDataObject(Conn(), cidade); });
-  EXPECT_TRUE(message.starts_with("Falha na inclusão do objeto\r\n")) << message;
-  EXPECT_TRUE(message.ends_with("...\r\nTipo = TCidade\r\nCódigo: 25")) << message;
-  EXPECT_EQ(GetCodeException(Exception(message)), 0) << "a duplicate key";
+  EXPECT_EQ(message,
+            "Falha na inclusão do objeto\r\nO valor da propriedade \"Codigo\" da classe "
+            "\"TCidade\" já está em uso por outro objeto\r\nTipo = TCidade\r\nCódigo: 25");
 
   TCidade semNome;
   semNome.UF = "PE";

@@ -174,6 +174,8 @@ TEST_F(SchemaGenerationTest, ScriptLayout) {
             "\r\n"
             "/**************** CHAVES ESTRANGEIRAS EXTENDIDAS ********************/\r\n"
             "\r\n"
+            "/**************** CHAVES UNICAS ********************/\r\n"
+            "\r\n"
             "/**************** GERADORES ********************/\r\n"
             "CREATE SEQUENCE GEN_REFS; ALTER SEQUENCE GEN_REFS RESTART WITH 0;\r\n"
             "CREATE SEQUENCE GEN_T; ALTER SEQUENCE GEN_T RESTART WITH 0;\r\n"
@@ -210,10 +212,11 @@ TEST_F(SchemaGenerationTest, ScriptOfTheTestClassesRunsOnFirebird) {
   auto cmd = conn->DBXConnection().CreateCommand();
   cmd->SetText(
       "select count(*) from rdb$relation_constraints where rdb$constraint_name in "
-      "('TESTVENDADOPERIODOVENDADOPERIOD', 'TESTENDSOENDERECOREFS', 'PK_XX_PREFIXADA')");
+      "('TESTVENDADOPERIODOVENDADOPERIOD', 'TESTENDSOENDERECOREFS', 'PK_XX_PREFIXADA', "
+      "'PEDIDOS_DE_VENDACODIGO_DE_BARRA')");
   auto reader = cmd->ExecuteQuery();
   ASSERT_TRUE(reader->Next());
-  EXPECT_EQ(reader->GetInt32(0), 3);
+  EXPECT_EQ(reader->GetInt32(0), 4);
 }
 
 }  // namespace

@@ -31,7 +31,8 @@ class TDataObjectInfo {
 
   // The values of `props` as SQL literals. Without assignments: comma-separated, key first,
   // then the insert columns (no lists, embedded members or large objects). With assignments:
-  // "COLUMN = literal" pairs, the columns carrying `prefix` as "%s_%s".
+  // "COLUMN = literal" pairs, the columns carrying `prefix` as "%s_%s". An empty text of a
+  // unique column (skill 3) is NULL, so that objects without a value never collide.
   std::string PropValueToStr(const TBaseDataObject& obj,
                              const std::vector<const TRttiProperty*>& props, bool assignments,
                              const std::string& prefix) const;

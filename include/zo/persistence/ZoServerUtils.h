@@ -134,11 +134,15 @@ void DeleteAgregations(TDBXConnection& connection, TBaseDataObject& owner,
                        const TRttiProperty* listProperty);
 // Deletes the rows of every aggregated list of the stored object `id` (one statement a list).
 void DeleteAggregatedRows(TDBXConnection& connection, int32_t id, TDataObjectClass cls);
-// Replaces a binary column by the stream's bytes (an absent stream empties it), in its own
+// Replaces a binary column by the stream's bytes (an absent stream makes it NULL), in its own
 // transaction. On failure that transaction's handle is released on the way out, which rolls
 // back the level it opened; a transaction of the caller around it is left to the caller.
 void SetBlobData(TDBXConnection& connection, int32_t id, const std::string& propertyName,
                  TDataObjectClass cls, TStream* stream);
+// Raises, with the message the insert would give, when the object (or an item of its lists)
+// breaks its class rules or repeats the value of a unique column that another row holds.
+// Writes nothing.
+void ValidateDataObject(TDBXConnection& connection, TBaseDataObject& object);
 // Raises text + "\r\nTipo = <class>\r\nCódigo: <id>" ("Objeto nulo" for a null object).
 [[noreturn]] void RaiseDataObjectError(const TBaseDataObject* object, const std::string& text);
 

@@ -16,9 +16,10 @@
 // Tables are paired by the data class they come from (SourceClass), not by name, so every
 // table of both models must carry its class name. The script holds one statement a line, each
 // line ended by "\r\n": new tables first (creation, primary keys, foreign keys, sequences),
-// then the changes of existing tables. Unique constraints, indices, triggers, procedures and
-// external functions take no part. A string column is never shortened and nullability is not
-// compared.
+// then the changes of existing tables, then the unique constraints the database lacks (on
+// a column that has none; one the classes do not know is never dropped). Indices, triggers,
+// procedures and external functions take no part. A string column is never shortened and
+// nullability is not compared.
 namespace zo {
 
 using TConstTableRefs = std::vector<const TTableStruct*>;

@@ -17,6 +17,8 @@ class EDatabaseError : public Exception {
 
   // The first isc_* code of the status vector (e.g. isc_unique_key_violation), 0 if none.
   std::intptr_t ErrorCode() const { return errorCode_; }
+  // A row that would repeat the value of a primary key, a unique constraint or a unique index.
+  bool IsUniqueViolation() const;
 
  private:
   std::intptr_t errorCode_;
