@@ -64,7 +64,7 @@ void WriteRow(TDBXConnection& connection, const TDataObjectInfoDB& info,
 
 // Binary large objects the object holds are written after its row, chunk by chunk. One it
 // does not hold is left as stored: a read never fills it, so an object read and sent back
-// must not wipe it (SetBlobData with no stream empties it).
+// must not wipe it (SetBlobData with no stream makes it NULL).
 void WriteHeldBlobs(TDBXConnection& connection, const TDataObjectInfoDB& info,
                     const TBaseDataObject& object) {
   for (const TRttiProperty* prop : info.Properties()) {

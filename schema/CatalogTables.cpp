@@ -32,12 +32,16 @@ constexpr const char* kColumnsSql =
     "join rdb$fields f on f.rdb$field_name = rf.rdb$field_source "
     "order by rf.rdb$relation_name, rf.rdb$field_position";
 
+// A unique constraint over several columns says nothing of any one of them alone, and the
+// model holds one column a constraint: only one-column ones are read.
 constexpr const char* kKeysSql =
     "select rc.rdb$relation_name, rc.rdb$constraint_name, rc.rdb$constraint_type, "
     "s.rdb$field_name from rdb$relation_constraints rc "
+    "join rdb$indices i on i.rdb$index_name = rc.rdb$index_name "
     "join rdb$index_segments s on s.rdb$index_name = rc.rdb$index_name "
     "and s.rdb$field_position = 0 "
-    "where rc.rdb$constraint_type in ('PRIMARY KEY', 'UNIQUE') "
+    "where rc.rdb$constraint_type = 'PRIMARY KEY' "
+    "or (rc.rdb$constraint_type = 'UNIQUE' and i.rdb$segment_count = 1) "
     "order by rc.rdb$relation_name, rc.rdb$constraint_name";
 
 // In index order, which is the order the keys were made in.

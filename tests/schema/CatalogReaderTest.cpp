@@ -109,6 +109,7 @@ TEST(CatalogReaderTest, KeysIndicesAndDependencies) {
       "CREATE TABLE AAA (ID INTEGER NOT NULL, CODIGO VARCHAR(10), NOME VARCHAR(20));\n"
       "ALTER TABLE AAA ADD CONSTRAINT PK_AAA PRIMARY KEY (ID);\n"
       "ALTER TABLE AAA ADD CONSTRAINT UQ_AAA_CODIGO UNIQUE (CODIGO);\n"
+      "ALTER TABLE AAA ADD CONSTRAINT UQ_AAA_PAR UNIQUE (NOME, CODIGO);\n"
       "CREATE INDEX IX_AAA_NOME ON AAA (NOME);\n"
       "CREATE TABLE ZZZ (ID INTEGER NOT NULL, AAA_ID INTEGER);\n"
       "ALTER TABLE ZZZ ADD CONSTRAINT PK_ZZZ PRIMARY KEY (ID);\n"
@@ -128,7 +129,7 @@ TEST(CatalogReaderTest, KeysIndicesAndDependencies) {
   ASSERT_EQ(zzz.ForeignKeys().size(), 1u);
   EXPECT_EQ(zzz.ForeignKeys()[0]->getDDL(),
             "ALTER TABLE ZZZ ADD CONSTRAINT FK_ZZZ_AAA FOREIGN KEY (AAA_ID) REFERENCES AAA (ID);");
-  ASSERT_EQ(aaa.Uniques().size(), 1u);
+  ASSERT_EQ(aaa.Uniques().size(), 1u);  // of one column only
   EXPECT_EQ(aaa.Uniques()[0]->getDDL(),
             "ALTER TABLE AAA ADD CONSTRAINT UQ_AAA_CODIGO UNIQUE (CODIGO);");
   ASSERT_EQ(aaa.Indices().size(), 1u);  // the constraints' own indices are not listed
