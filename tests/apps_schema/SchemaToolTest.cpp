@@ -163,28 +163,16 @@ TEST(SchemaTool, ChangedClassesMigrateWithDiffAndApply) {
 }
 
 // A database made before its unique columns had constraints: the migration adds the missing
-// one (and drops none the classes lack), and apply refuses to run while the data repeats it.
+// one, and apply refuses to run it while the data repeats a value.
 TEST(SchemaTool, MissingUniqueConstraintsMigrateOnceTheDataAllows) {
   const DemoDatabase database;
   const auto& dir = database.Dir().Path();
   const auto run = [&](std::vector<std::string> args) { return RunSchema(args, dir); };
-  const auto constraints = [&](const std::string& name) {
-    auto connection = database.Connect();
-    return QueryInt(
-        *connection,
-        "select count(*) from RDB$RELATION_CONSTRAINTS where RDB$CONSTRAINT_NAME = '" + name + "'");
-  };
-  {
-    auto connection = database.Connect();
-    ExecuteSql(*connection, "alter table CLIENTES drop constraint CLIENTESEMAIL");
-    ExecuteSql(*connection, "alter table CIDADES add constraint UQ_CIDADES_NOME unique (NOME)");
-    for (const char* id : {"1", "2"}) {
-      ExecuteSql(*connection, std::string("insert into CLIENTES (ID, NOME, EMAIL) values (") + id +
-                                  ", 'Cliente " + id + "', 'dup@exemplo.com')");
-    }
-  }
+  const auto sql = [&](const std::string& statement) { ExecuteSql(*database.Connect(), statement); };
+  sql("alter table CLIENTES drop constraint CLIENTESEMAIL");
+  sql("insert into CLIENTES (ID, NOME, EMAIL) values (1, 'Um', 'dup@exemplo.com')");
+  sql("insert into CLIENTES (ID, NOME, EMAIL) values (2, 'Dois', 'dup@exemplo.com')");
   const auto diff = run({"diff", "--db", "ZO.FDB"});
-  ASSERT_EQ(diff.exitCode, 0) << diff.err;
   EXPECT_EQ(diff.out, "ALTER TABLE CLIENTES ADD CONSTRAINT CLIENTESEMAIL UNIQUE (EMAIL);\r\n");
   WriteFile((dir / "migration.sql").string(), diff.out);
 
@@ -194,16 +182,11 @@ TEST(SchemaTool, MissingUniqueConstraintsMigrateOnceTheDataAllows) {
                        "erro: a coluna EMAIL da tabela CLIENTES tem valores repetidos (por "
                        "exemplo 'dup@exemplo.com')"))
       << refused.err;
-  EXPECT_EQ(constraints("CLIENTESEMAIL"), 0);
+  EXPECT_EQ(run({"diff", "--db", "ZO.FDB"}).out, diff.out) << "nothing was applied";
 
-  {
-    auto connection = database.Connect();
-    ExecuteSql(*connection, "update CLIENTES set EMAIL = 'outro@exemplo.com' where ID = 2");
-  }
+  sql("update CLIENTES set EMAIL = 'outro@exemplo.com' where ID = 2");
   const auto applied = run({"apply", "--db", "ZO.FDB", "migration.sql"});
-  ASSERT_EQ(applied.exitCode, 0) << applied.err;
-  EXPECT_EQ(constraints("CLIENTESEMAIL"), 1);
-  EXPECT_EQ(constraints("UQ_CIDADES_NOME"), 1);
+  EXPECT_EQ(applied.exitCode, 0) << applied.err;
   EXPECT_EQ(run({"diff", "--db", "ZO.FDB"}).out, "");
 }
 
