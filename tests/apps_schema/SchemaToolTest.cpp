@@ -168,7 +168,7 @@ TEST(SchemaTool, MissingUniqueConstraintsMigrateOnceTheDataAllows) {
   const DemoDatabase database;
   const auto& dir = database.Dir().Path();
   const auto run = [&](std::vector<std::string> args) { return RunSchema(args, dir); };
-  const auto sql = [&](const std::string& statement) { ExecuteSql(*database.Connect(), statement); };
+  const auto sql = [&](const std::string& text) { ExecuteSql(*database.Connect(), text); };
   sql("alter table CLIENTES drop constraint CLIENTESEMAIL");
   sql("insert into CLIENTES (ID, NOME, EMAIL) values (1, 'Um', 'dup@exemplo.com')");
   sql("insert into CLIENTES (ID, NOME, EMAIL) values (2, 'Dois', 'dup@exemplo.com')");
