@@ -150,7 +150,9 @@ void ValidateDataObject(TDBXConnection& connection, TBaseDataObject& object);
 
 // A pass-through: returns its argument unchanged.
 std::string DesencryptStr(const std::string& s);
-// 0 when the failure is a unique-key violation ("UNIQUE KEY" in any case), else -1.
+// 0 when the failure is a unique-key violation ("UNIQUE KEY" in any case), else -1. Judged by
+// the text: a duplicate refused inside InsertDataObject/UpdateDataObject already carries the
+// message naming the property instead of Firebird's.
 int32_t GetCodeException(const std::exception& e);
 // Copies from the source's current position to its end; neither stream is repositioned.
 void CopyStreamToStream(TStream& source, TStream& target);
