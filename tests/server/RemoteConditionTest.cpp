@@ -59,6 +59,7 @@ struct Refused {
 };
 
 TEST(RemoteConditionTest, AttacksAreRefusedNamingTheToken) {
+  demo::RegisterDemoClasses();
   const Refused cases[] = {
       {"Codigo = 0/**/union/**/select/**/ID,SENHA_HASH/**/from/**/USUARIOS",
        "0/**/union/**/select/**/ID,SENHA_HASH/**/from/**/USUARIOS"},
@@ -108,6 +109,7 @@ TEST(RemoteConditionTest, AttacksAreRefusedNamingTheToken) {
 }
 
 TEST(RemoteConditionTest, PropertyListsHoldOnlyPropertiesWithColumns) {
+  demo::RegisterDemoClasses();
   const TRttiType& cidade = demo::TCidade::StaticType();
   EXPECT_EQ(CheckRemoteProperties(cidade, "nome, UF,CodigoIBGE"),
             (std::vector<std::string>{"Nome", "UF", "CodigoIBGE"}));
