@@ -13,8 +13,7 @@
 
 namespace zo {
 
-std::string TZoCustomServerModule::CheckedCondition(const std::string& method,
-                                                    TDataObjectClass cls,
+std::string TZoCustomServerModule::CheckedCondition(const std::string& method, TDataObjectClass cls,
                                                     const std::string& condition) {
   if (cls == nullptr) throw Exception("Parâmetro 'Atype' não pode ser nulo");
   TCheckedCondition checked;
@@ -54,8 +53,8 @@ void TZoCustomServerModule::CheckRemoteDataBaseName(const std::string& name) con
   if (name.empty()) return;
   constexpr size_t kMaxName = 64;
   const bool plainChars = std::all_of(name.begin(), name.end(), [](char c) {
-    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') ||
-           c == '_' || c == '-' || c == '.';
+    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '_' ||
+           c == '-' || c == '.';
   });
   if (plainChars && name.size() <= kMaxName && name.front() != '.' &&
       name.find("..") == std::string::npos) {
