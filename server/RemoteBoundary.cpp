@@ -3,6 +3,8 @@
 // file names of the customer's directory.
 #include <algorithm>
 
+#include <zo/core/Attributes.h>
+#include <zo/core/DataObjectList.h>
 #include <zo/core/Exceptions.h>
 #include <zo/core/User.h>
 #include <zo/dao/GenericDAO.h>
@@ -33,6 +35,19 @@ std::string TZoCustomServerModule::CheckedCondition(const std::string& method, T
 std::string TZoCustomServerModule::KeyName(TDataObjectClass cls) {
   const TRttiProperty* key = cls->KeyProperty();
   return key != nullptr ? key->Name() : "Codigo";
+}
+
+void TZoCustomServerModule::ForgetClientKeys(TBaseDataObject& obj) {
+  obj.SetCodigo(-1);
+  for (const TRttiProperty* prop : obj.ClassType()->Properties()) {
+    if (!IsAgregation(prop)) continue;
+    // The object came from the client's JSON: no deeper than the message was.
+    if (auto* list = dynamic_cast<TDataObjectList*>(prop->GetObject(obj))) {
+      for (const auto& item : *list) {
+        if (item != nullptr) ForgetClientKeys(*item);
+      }
+    }
+  }
 }
 
 void TZoCustomServerModule::KeepServerOwnedFields(TGenericDAO& dao, TBaseDataObject& obj) const {

@@ -147,6 +147,21 @@ TEST_F(AuthorizationTest, KeysStampsAndAuthorsAreTheServers) {
       nullptr);
   EXPECT_NE(id, 999);
   EXPECT_EQ(Scalar(*user->SQLConnection(), "select count(*) from CIDADES where ID = 999"), "0");
+  // Nor do the keys of list items: a stored item of another record is never taken over.
+  const auto categoria = [](const std::string& nome, json filhas) {
+    return ObjectJson("DemoClasses.TCategoria", {{"Nome", nome}, {"Filhas", std::move(filhas)}});
+  };
+  const int mae = user->CallMethod(
+      "Insert", {{"jObj", categoria("Mãe", {categoria("Filha", json::array())})}}, nullptr);
+  const std::string filha =
+      Scalar(*user->SQLConnection(), "select ID from CATEGORIAS where NOME = 'Filha'");
+  json roubo = categoria("Outra", json::array());
+  roubo["fields"]["Filhas"].push_back(
+      ObjectJson("DemoClasses.TCategoria", {{"Codigo", std::stoi(filha)}, {"Nome", "Roubada"}}));
+  user->CallMethod("Insert", {{"jObj", roubo}}, nullptr);
+  EXPECT_EQ(
+      Scalar(*user->SQLConnection(), "select PAI_ID || NOME from CATEGORIAS where ID = " + filha),
+      std::to_string(mae) + "Filha");
 
   const json cliente = ObjectJson("DemoClasses.TCliente", {{"Nome", "Bia"}, {"Email", "b@x"}});
   const int clienteId = user->CallMethod("Insert", {{"jObj", cliente}}, nullptr);
