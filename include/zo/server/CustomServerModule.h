@@ -105,6 +105,11 @@ class TZoCustomServerModule : public TComponent {
   std::string GetStrList(const std::string& AClassName, const std::string& AProperties,
                          const std::string& ACondition);
   void Validate(const nlohmann::json& jObj);
+  // Read-only metadata: the registered classes with their properties and the methods the
+  // application added (ClassCatalog.cpp), the tables of the live database (SchemaCatalog.cpp).
+  nlohmann::json GetClasses() const;
+  nlohmann::json GetActions() const;
+  nlohmann::json GetSchema();
 
   // Runs the remote method `method` with JSON-RPC named parameters (the argument names above:
   // jObj, AClassName, id, ACondition, jArray, APropertyName, AStream (base64), currentID,
