@@ -81,7 +81,8 @@ nlohmann::json DescribeClass(const std::string& name, TDataObjectClass cls) {
 
 }  // namespace
 
-nlohmann::json TZoCustomServerModule::GetClasses() const {
+nlohmann::json TZoCustomServerModule::GetClasses() {
+  Demand({"GetClasses", TAccessKind::akRead, nullptr, {}, {}});
   nlohmann::json classes = nlohmann::json::array();
   for (const auto& [name, cls] : fHashClassName) {
     if (cls != nullptr) classes.push_back(DescribeClass(name, cls));
@@ -89,7 +90,8 @@ nlohmann::json TZoCustomServerModule::GetClasses() const {
   return classes;
 }
 
-nlohmann::json TZoCustomServerModule::GetActions() const {
+nlohmann::json TZoCustomServerModule::GetActions() {
+  Demand({"GetActions", TAccessKind::akRead, nullptr, {}, {}});
   nlohmann::json names = nlohmann::json::array();
   for (const auto& [name, method] : fExtraMethods) names.push_back(name);
   return names;

@@ -68,6 +68,7 @@ nlohmann::json DescribeTable(const TTableStruct& table) {
 }  // namespace
 
 nlohmann::json TZoCustomServerModule::GetSchema() {
+  Demand({"GetSchema", TAccessKind::akRead, nullptr, {}, {}});
   if (fSqlConnection == nullptr || !fSqlConnection->Connected()) {
     throw Exception("Sem conexão com o banco de dados");
   }
