@@ -6,7 +6,7 @@ import { join } from "node:path";
 import { after, before, test } from "node:test";
 import puppeteer from "puppeteer-core";
 
-import { kBatch, kCustomer, provision, removeRoot, startServer, wsClient } from "./harness.mjs";
+import { kBatch, kCustomer, kOrdinary, provision, removeRoot, startServer, wsClient } from "./harness.mjs";
 
 const chromium = process.env.ZO_CHROMIUM ?? "/usr/bin/chromium";
 const shots = process.env.ZO_SCREENSHOTS ?? "console-screenshots";
@@ -50,6 +50,16 @@ const shot = (name) => page.screenshot({ path: join(shots, `${name}.png`) });
 const text = (selector) => page.$eval(selector, (e) => e.textContent);
 const waitText = (selector, pattern) => page.waitForFunction(
   (s, p) => new RegExp(p).test(document.querySelector(s)?.textContent ?? ""), { timeout: 15_000 }, selector, pattern);
+
+async function logIn(target, credentials) {
+  await target.goto(`${server.url}/console/#/login`, { waitUntil: "load" });
+  await target.waitForSelector("input[name=customer]");
+  await target.type("input[name=customer]", credentials.customer);
+  await target.type("input[name=user]", credentials.user);
+  await target.type("input[name=password]", credentials.password);
+  await target.click("form.login button[type=submit]");
+  await target.waitForSelector(".class-list a");
+}
 
 async function filter(condition) {
   await page.$eval("input.condition", (input) => { input.value = ""; });
@@ -176,11 +186,33 @@ test("run the demo action with its wait screen; see the schema", async () => {
   await shot("06-schema");
 });
 
+test("only administrators manage users and roles", async () => {
+  await page.waitForSelector("#admin-link:not([hidden])");
+  await page.click("#admin-link");
+  await page.waitForSelector(`tr[data-user=${kOrdinary.user}] select[name=role]`);
+  assert.equal(await page.$eval(`tr[data-user=${kCustomer.user}] select`, (s) => s.value), "admin");
+  await page.select(`tr[data-user=${kOrdinary.user}] select`, "admin");
+  await waitText(`tr[data-user=${kOrdinary.user}] .row-status`, "Papel alterado");
+  const [rui] = await other.getByCondition("TUser", `Login = '${kOrdinary.user}'`);
+  assert.equal(await other.getUserRole(rui.fields.Codigo), "admin");
+  await page.select(`tr[data-user=${kOrdinary.user}] select`, "");
+  await waitText(`tr[data-user=${kOrdinary.user}] .row-status`, "Papel alterado");
+  await shot("07-admin");
+
+  const context = await browser.createBrowserContext();
+  const ordinary = await context.newPage();
+  await logIn(ordinary, kOrdinary);
+  assert.equal(await ordinary.$eval("#admin-link", (a) => a.hidden), true);
+  await ordinary.goto(`${server.url}/console/#/admin`);
+  await ordinary.waitForFunction(() => /Somente administradores/.test(document.querySelector("main").textContent));
+  await context.close();
+});
+
 test("a stopped server shows a banner; the console reconnects when it is back, and an idle session expires", async () => {
   const port = server.port;
   assert.equal(await server.stop(), 0);
   await page.waitForSelector("#banner:not([hidden])");
-  await shot("07-server-stopped");
+  await shot("08-server-stopped");
   server = await startServer(root, { port, args: ["--idle-timeout", "2"] });
   await page.waitForSelector("body[data-connection=up]", { timeout: 20_000 });
   assert.equal(await page.$eval("#banner", (b) => b.hidden), true);
@@ -190,5 +222,5 @@ test("a stopped server shows a banner; the console reconnects when it is back, a
   await new Promise((resolve) => setTimeout(resolve, 3500));  // past the idle time
   await page.click("header a[href='#/actions']");
   await waitText(".login", "sessão expirou");
-  await shot("08-session-expired");
+  await shot("09-session-expired");
 });

@@ -19,6 +19,8 @@ export const zo = await import(pathToFileURL(join(required("ZO_CONSOLE_DIR"), "j
 const { ZoClient } = zo;
 
 export const kCustomer = { customer: "DEMO", user: "demo", password: "s3nha demo" };
+// An ordinary user beside the customer's first user (who is its administrator).
+export const kOrdinary = { customer: "DEMO", user: "rui", password: "s3nha do rui" };
 export const kBatch = { condition: "UF = 'ZA'", size: 1000 };
 
 const kCities = `
@@ -47,6 +49,8 @@ export function provision() {
   writeFileSync(join(root, "conn.conf"), "User_Name=SYSDBA\nPassword=masterkey\nSQLDialect=3\nCharSet=UTF8\n");
   run(schema, ["customer", "add", kCustomer.customer, "--root", root, "--user", kCustomer.user, "--password-stdin"],
     { input: `${kCustomer.password}\n` });
+  run(schema, ["user", "add", kOrdinary.user, "--customer", kOrdinary.customer, "--root", root, "--name", "Rui",
+    "--password-stdin"], { input: `${kOrdinary.password}\n` });
   writeFileSync(join(root, "seed.sql"), readFileSync(required("ZO_DEMO_DATA_SQL"), "utf8") + kCities);
   run(schema, ["apply", "--db", join(root, "CustomersDB", kCustomer.customer, "ZO.FDB"), "seed.sql"], { cwd: root });
   return root;

@@ -120,5 +120,9 @@ export interface Methods {
   GetClasses: { params: Record<string, never>; result: ClassInfo[] };
   GetSchema: { params: Record<string, never>; result: SchemaInfo };
   GetActions: { params: Record<string, never>; result: string[] };
+  // Users' roles ("admin" or "") and passwords: administrators, and a user's own password.
+  GetUserRole: { params: { id: number }; result: string };
+  SetUserRole: { params: { id: number; ARole: string }; result: null };
+  SetUserPassword: { params: { id: number; APassword: string }; result: null };
 }
 export type MethodName = keyof Methods;

@@ -109,4 +109,13 @@ export class ZoClient {
   getActions(): Promise<string[]> {
     return this.call("GetActions", {});
   }
+  getUserRole(id: number): Promise<string> {
+    return this.call("GetUserRole", { id });
+  }
+  setUserRole(id: number, role: string): Promise<null> {
+    return this.call("SetUserRole", { id, ARole: role });
+  }
+  setUserPassword(id: number, password: string): Promise<null> {
+    return this.call("SetUserPassword", { id, APassword: password });
+  }
 }
