@@ -58,7 +58,9 @@ TEST_F(StaticFilesTest, ServesFilesWithTheirTypesAndNothingOutside) {
     const auto reply = Get(c.target);
     ASSERT_TRUE(reply) << c.target;
     EXPECT_EQ(reply->status, c.status) << c.target;
-    if (c.body != nullptr) EXPECT_EQ(reply->body, c.body) << c.target;
+    if (c.body != nullptr) {
+      EXPECT_EQ(reply->body, c.body) << c.target;
+    }
     EXPECT_EQ(reply->body.find("secret"), std::string::npos) << c.target;
   }
   EXPECT_EQ(Get("/console/js/main.js")->contentType, "text/javascript; charset=utf-8");
