@@ -1,6 +1,7 @@
 #include "apps/zo-server/ModuleSession.h"
 
 #include <filesystem>
+#include <thread>
 
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
@@ -66,16 +67,31 @@ TModuleSessionFactory::TModuleSessionFactory(TModuleClass moduleClass,
   serverClass_.SetModuleClass(std::move(moduleClass));
 }
 
+void TModuleSessionFactory::PadLikeAKnownCustomer(std::chrono::steady_clock::time_point start) const {
+  const auto target = start + std::chrono::microseconds(knownCustomerMicros_.load());
+  if (target > std::chrono::steady_clock::now()) std::this_thread::sleep_until(target);
+}
+
+void TModuleSessionFactory::RememberKnownCustomerCost(std::chrono::steady_clock::duration cost) {
+  const long long sample = std::chrono::duration_cast<std::chrono::microseconds>(cost).count();
+  const long long previous = knownCustomerMicros_.load();
+  knownCustomerMicros_.store(previous == 0 ? sample : (previous * 7 + sample) / 8);
+}
+
 bool TModuleSessionFactory::CheckPassword(const std::string& customer, const std::string& user,
                                           const std::string& password) {
+  const auto start = std::chrono::steady_clock::now();
   // An unknown customer or a login that cannot exist costs the same check as a wrong
-  // password: timing must not tell them apart.
+  // password, and as long as opening a customer's database: timing must not tell them apart.
   if (!IsValidLogin(user) ||
       !std::filesystem::is_directory(TZoCustomServerModule::GetCustomerDir(customer))) {
     SpendPasswordCheck(password);
+    PadLikeAKnownCustomer(start);
     return false;
   }
-  return authenticator_->Authenticate(customer, user, password);
+  const bool accepted = authenticator_->Authenticate(customer, user, password);
+  RememberKnownCustomerCost(std::chrono::steady_clock::now() - start);
+  return accepted;
 }
 
 std::unique_ptr<rpc::IRpcSession> TModuleSessionFactory::Connect(const nlohmann::json& params,

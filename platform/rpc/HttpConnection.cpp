@@ -158,7 +158,7 @@ bool HttpConnection::ServeStaticFile() {
   response->set(http::field::cache_control, "no-cache");
   response->set("X-Content-Type-Options", "nosniff");
   response->set("Content-Security-Policy",
-                "default-src 'self'; connect-src 'self' ws: wss:; img-src 'self' data:; "
+                "default-src 'self'; img-src 'self' data:; "
                 "object-src 'none'; base-uri 'none'; frame-ancestors 'none'");
   if (!reply->location.empty()) response->set(http::field::location, reply->location);
   if (reply->status == 405) response->set(http::field::allow, "GET");
