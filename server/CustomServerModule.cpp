@@ -378,8 +378,7 @@ int32_t TZoCustomServerModule::Insert(const nlohmann::json& jObj, TZoCallback* C
   const auto obj = UnSerializar(jObj);
   TGenericDAO* dao = GetDAO(getClassOfObj(obj.get()));
   Demand({"Insert", TAccessKind::akInsert, obj->ClassType(), {}, {}});
-  // The key is the server's: an insert always makes a new record, whatever the client sent.
-  obj->SetCodigo(-1);
+  ForgetClientKeys(*obj);
   try {
     if (Callback != nullptr) dao->SetCallBack(Callback);
     const int32_t id = dao->Insert(*obj);

@@ -3,6 +3,8 @@
 // file names of the customer's directory.
 #include <algorithm>
 
+#include <zo/core/Attributes.h>
+#include <zo/core/DataObjectList.h>
 #include <zo/core/Exceptions.h>
 #include <zo/core/User.h>
 #include <zo/dao/GenericDAO.h>
@@ -13,8 +15,7 @@
 
 namespace zo {
 
-std::string TZoCustomServerModule::CheckedCondition(const std::string& method,
-                                                    TDataObjectClass cls,
+std::string TZoCustomServerModule::CheckedCondition(const std::string& method, TDataObjectClass cls,
                                                     const std::string& condition) {
   if (cls == nullptr) throw Exception("Parâmetro 'Atype' não pode ser nulo");
   TCheckedCondition checked;
@@ -36,6 +37,19 @@ std::string TZoCustomServerModule::KeyName(TDataObjectClass cls) {
   return key != nullptr ? key->Name() : "Codigo";
 }
 
+void TZoCustomServerModule::ForgetClientKeys(TBaseDataObject& obj) {
+  obj.SetCodigo(-1);
+  for (const TRttiProperty* prop : obj.ClassType()->Properties()) {
+    if (!IsAgregation(prop)) continue;
+    // The object came from the client's JSON: no deeper than the message was.
+    if (auto* list = dynamic_cast<TDataObjectList*>(prop->GetObject(obj))) {
+      for (const auto& item : *list) {
+        if (item != nullptr) ForgetClientKeys(*item);
+      }
+    }
+  }
+}
+
 void TZoCustomServerModule::KeepServerOwnedFields(TGenericDAO& dao, TBaseDataObject& obj) const {
   auto* stamped = dynamic_cast<TUserObject*>(&obj);
   if (stamped == nullptr || dao.SQLConnection() == nullptr) return;
@@ -54,8 +68,8 @@ void TZoCustomServerModule::CheckRemoteDataBaseName(const std::string& name) con
   if (name.empty()) return;
   constexpr size_t kMaxName = 64;
   const bool plainChars = std::all_of(name.begin(), name.end(), [](char c) {
-    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') ||
-           c == '_' || c == '-' || c == '.';
+    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '_' ||
+           c == '-' || c == '.';
   });
   if (plainChars && name.size() <= kMaxName && name.front() != '.' &&
       name.find("..") == std::string::npos) {

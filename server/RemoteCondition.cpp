@@ -143,7 +143,8 @@ class TConditionChecker {
       negated = !negated;
       ++i_;
       if (!NextIs("LIKE") && !NextIs("CONTAINING") && !NextIs("STARTING") && !NextIs("BETWEEN")) {
-        Refuse(AtEnd() ? Last() : tokens_[i_], "NOT só antecede LIKE, CONTAINING, STARTING ou BETWEEN");
+        Refuse(AtEnd() ? Last() : tokens_[i_],
+               "NOT só antecede LIKE, CONTAINING, STARTING ou BETWEEN");
       }
     }
     std::string predicate = Predicate(negated);
@@ -183,8 +184,9 @@ class TConditionChecker {
       if (!text::SameText(Next("NULL"), "NULL")) Refuse(Last(), "depois de IS só vem NULL");
       return "IS NULL";
     }
-    Refuse(Last(), "operador não aceito (use =, <>, !=, <, <=, >, >=, LIKE, STARTING, "
-                   "CONTAINING, BETWEEN ou IS NULL)");
+    Refuse(Last(),
+           "operador não aceito (use =, <>, !=, <, <=, >, >=, LIKE, STARTING, "
+           "CONTAINING, BETWEEN ou IS NULL)");
   }
 
   std::string Literal() {
@@ -242,9 +244,10 @@ std::vector<std::string> CheckRemoteProperties(const TRttiType& type, const std:
     if (item.empty()) return;
     const TRttiProperty* prop = type.FindProperty(item);
     if (prop == nullptr) {
-      throw ERefusedCondition(fmt::format("Propriedade recusada \"{}\": não é uma propriedade "
-                                          "da classe {}",
-                                          ShownToken(item), type.Name()));
+      throw ERefusedCondition(
+          fmt::format("Propriedade recusada \"{}\": não é uma propriedade "
+                      "da classe {}",
+                      ShownToken(item), type.Name()));
     }
     if (IsAgregation(prop)) {
       throw ERefusedCondition(

@@ -36,8 +36,8 @@ void TZoCustomServerModule::SetUserRole(int32_t id, const std::string& ARole) {
   const auto role = ParseRole(ARole);
   Demand({"SetUserRole", TAccessKind::akUpdate, &TUser::StaticType(), {"Papel"}, {id}});
   if (!role) {
-    throw Exception(fmt::format("Papel desconhecido \"{}\" (use \"admin\" ou \"\")",
-                                ShownToken(ARole)));
+    throw Exception(
+        fmt::format("Papel desconhecido \"{}\" (use \"admin\" ou \"\")", ShownToken(ARole)));
   }
   TDBXConnection& connection = fSqlConnection->DBXConnection();
   ExpectUser(connection, id);

@@ -27,9 +27,7 @@ void Execute(TDBXConnection& connection, const std::string& sql) {
 
 }  // namespace
 
-std::string RoleName(TUserRole role) {
-  return role == TUserRole::urAdmin ? kAdminRoleName : "";
-}
+std::string RoleName(TUserRole role) { return role == TUserRole::urAdmin ? kAdminRoleName : ""; }
 
 std::optional<TUserRole> ParseRole(const std::string& name) {
   if (text::SameText(name, kAdminRoleName)) return TUserRole::urAdmin;

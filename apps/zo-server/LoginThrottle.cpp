@@ -11,8 +11,8 @@ TLoginThrottle::Clock::duration TLoginThrottle::Wait(const TTable& table, const 
   if (it == table.end() || now - it->second.last >= options_.forgetAfter) return {};
   const int over = it->second.failures - freeFailures;
   if (over <= 0) return {};
-  const auto wait = std::min<Clock::duration>(
-      std::chrono::seconds(1LL << std::min(over - 1, 20)), options_.maxWait);
+  const auto wait = std::min<Clock::duration>(std::chrono::seconds(1LL << std::min(over - 1, 20)),
+                                              options_.maxWait);
   const auto until = it->second.last + wait;
   return until > now ? until - now : Clock::duration{};
 }
@@ -29,9 +29,8 @@ long long TLoginThrottle::WaitSeconds(const std::string& address, const std::str
 
 void TLoginThrottle::Count(TTable& table, const std::string& key, Clock::time_point now) {
   if (table.size() >= options_.maxKeys && table.find(key) == table.end()) {
-    std::erase_if(table, [&](const auto& item) {
-      return now - item.second.last >= options_.forgetAfter;
-    });
+    std::erase_if(table,
+                  [&](const auto& item) { return now - item.second.last >= options_.forgetAfter; });
     if (table.size() >= options_.maxKeys) {
       table.erase(std::min_element(table.begin(), table.end(), [](const auto& a, const auto& b) {
         return a.second.last < b.second.last;

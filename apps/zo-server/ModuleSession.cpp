@@ -67,7 +67,8 @@ TModuleSessionFactory::TModuleSessionFactory(TModuleClass moduleClass,
   serverClass_.SetModuleClass(std::move(moduleClass));
 }
 
-void TModuleSessionFactory::PadLikeAKnownCustomer(std::chrono::steady_clock::time_point start) const {
+void TModuleSessionFactory::PadLikeAKnownCustomer(
+    std::chrono::steady_clock::time_point start) const {
   const auto target = start + std::chrono::microseconds(knownCustomerMicros_.load());
   if (target > std::chrono::steady_clock::now()) std::this_thread::sleep_until(target);
 }

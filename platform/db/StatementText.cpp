@@ -21,10 +21,9 @@ std::string WithTrueEndPosition(const std::string& message, const std::string& s
   const auto line = 1 + std::count(sql.begin(), sql.end(), '\n');
   const size_t lineStart = sql.rfind('\n') == std::string::npos ? 0 : sql.rfind('\n') + 1;
   // Columns count characters, not bytes: continuation bytes of UTF-8 are skipped.
-  const auto column = 1 + std::count_if(sql.begin() + static_cast<std::ptrdiff_t>(lineStart),
-                                        sql.end(), [](char c) {
-                                          return (static_cast<unsigned char>(c) & 0xC0) != 0x80;
-                                        });
+  const auto column =
+      1 + std::count_if(sql.begin() + static_cast<std::ptrdiff_t>(lineStart), sql.end(),
+                        [](char c) { return (static_cast<unsigned char>(c) & 0xC0) != 0x80; });
   std::smatch match;
   if (!std::regex_search(message, match, kEndPosition)) return message;
   return match.prefix().str() + match[1].str() + std::to_string(line) + ", column " +

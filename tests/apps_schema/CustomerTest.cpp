@@ -109,10 +109,10 @@ TEST(SchemaToolCustomer, UsersAreManagedAndTheLastAdministratorStays) {
             0);
   ASSERT_EQ(run({"user", "add", "rui", "--password", "r1"}).exitCode, 0);
   ExpectServerAccepts(root.Path(), "ACME", "rui", "r1", false);
-  for (const auto& refused : {std::vector<std::string>{"user", "role", "ana", "usuario"},
-                              std::vector<std::string>{"user", "remove", "ana"},
-                              std::vector<std::string>{"user", "add", "rui", "--password", "x"},
-                              std::vector<std::string>{"user", "passwd", "bia", "--password", "x"}}) {
+  using Args = std::vector<std::string>;
+  for (const Args& refused : {Args{"user", "role", "ana", "usuario"}, Args{"user", "remove", "ana"},
+                              Args{"user", "add", "rui", "--password", "x"},
+                              Args{"user", "passwd", "bia", "--password", "x"}}) {
     const auto result = run(refused);
     EXPECT_EQ(result.exitCode, 2) << refused[1] << " " << result.err;
   }

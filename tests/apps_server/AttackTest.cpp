@@ -56,14 +56,14 @@ TEST_F(ServerAttacks, InjectedConditionsAreRefusedByEveryMethodThatTakesOne) {
   const std::vector<std::string> attacks = {
       "Codigo = 0/**/union/**/select/**/ID,SENHA_HASH/**/from/**/USUARIOS",  // comments
       "Codigo = 1/**/or/**/1=1",
-      "Codigo\t=\t0\tor\t1=1",                                              // tabs
+      "Codigo\t=\t0\tor\t1=1",                                                  // tabs
       "Codigo = (select first 1 ID from USUARIOS where SENHA_HASH like 'p%')",  // subquery
-      "Codigo = 0 union select ID, SENHA_HASH from USUARIOS",                 // union
-      "Nome = '' || (select first 1 SENHA_HASH from USUARIOS)",               // concatenation
+      "Codigo = 0 union select ID, SENHA_HASH from USUARIOS",                   // union
+      "Nome = '' || (select first 1 SENHA_HASH from USUARIOS)",                 // concatenation
       "Nome = ''||SENHA_HASH||''",
-      "Codigo = cast((select count(*) from USUARIOS) as integer)",            // casts
-      "Codigo = 1 or 1 = 1",                                                  // tautology
-      std::string("Nome = 'x\0' or 1=1 --'", 22),                             // NUL
+      "Codigo = cast((select count(*) from USUARIOS) as integer)",  // casts
+      "Codigo = 1 or 1 = 1",                                        // tautology
+      std::string("Nome = 'x\0' or 1=1 --'", 22),                   // NUL
   };
   const std::vector<std::pair<std::string, json>> methods = {
       {"GetByCondition", {{"AClassName", "TCidade"}}},
@@ -94,9 +94,9 @@ TEST_F(ServerAttacks, InjectedConditionsAreRefusedByEveryMethodThatTakesOne) {
 
 TEST_F(ServerAttacks, AnOrdinaryUserCannotTakeOverOtherUsers) {
   // The administrator makes an ordinary user with a password.
-  const int zeca = acme_->Call("Insert", {{"jObj",
-                                           {{"type", "ZoCore.TUser"},
-                                            {"fields", {{"Login", "zeca"}, {"Nome", "Zeca"}}}}}});
+  const int zeca = acme_->Call(
+      "Insert",
+      {{"jObj", {{"type", "ZoCore.TUser"}, {"fields", {{"Login", "zeca"}, {"Nome", "Zeca"}}}}}});
   acme_->Call("SetUserPassword", {{"id", zeca}, {"APassword", kZeca.password}});
   const auto attacker = Live().ConnectWs(kZeca);
   const json ana = attacker->Call("GetByCondition",
@@ -144,8 +144,9 @@ TEST_F(ServerAttacks, NulsAndBrokenDatabasesGetClearAnswers) {
   std::ofstream(ghost / "ZO.FDB") << "not a database";
   std::filesystem::copy_file(Live().Root() / "CustomersDB" / "ACME" / "conn.conf",
                              ghost / "conn.conf");
-  const rpc::RpcError error =
-      ErrorOf([&] { Live().OpenWs()->Connect(Credentials({"GHOST", "ana", "x"})); });
+  const rpc::RpcError error = ErrorOf([&] {
+    Live().OpenWs()->Connect(Credentials({"GHOST", "ana", "x"}));
+  });
   EXPECT_STREQ(error.what(), "base de dados indisponível");
   EXPECT_TRUE(Live().Server().WaitForLog("GHOST/ZO.FDB", std::chrono::seconds(5)));
   std::filesystem::remove_all(ghost);
@@ -157,8 +158,7 @@ TEST_F(ServerAttacks, RepeatedLoginFailuresAreSlowedDown) {
     EXPECT_STREQ(ErrorOf([&] { Live().OpenWs()->Connect(Credentials(guess)); }).what(),
                  "Usuário ou senha inválidos");
   }
-  const std::string waiting =
-      ErrorOf([&] { Live().OpenWs()->Connect(Credentials(guess)); }).what();
+  const std::string waiting = ErrorOf([&] { Live().OpenWs()->Connect(Credentials(guess)); }).what();
   EXPECT_TRUE(waiting.starts_with("Muitas tentativas de acesso; tente de novo em ")) << waiting;
   EXPECT_NO_THROW(Live().ConnectWs(kAcme)) << "other logins from the address go on";
 }

@@ -40,7 +40,8 @@ class AuthorizationTest : public ModuleTest {
     const auto setup = OpenConnection(db.Path());
     EnsurePasswordColumn(setup->DBXConnection());
     EnsureRoleColumn(setup->DBXConnection());
-    Exec(*setup, "insert into USUARIOS(ID, LOGIN, NOME, PAPEL) values(1, 'chefe', 'Chefe', 'admin')");
+    Exec(*setup,
+         "insert into USUARIOS(ID, LOGIN, NOME, PAPEL) values(1, 'chefe', 'Chefe', 'admin')");
     Exec(*setup, "insert into USUARIOS(ID, LOGIN, NOME) values(2, 'ana', 'Ana')");
     Exec(*setup, "alter sequence GEN_USUARIOS restart with 10");
     admin = MakeModule("", "chefe");
@@ -81,7 +82,9 @@ TEST_F(AuthorizationTest, OrdinaryUsersReadNamesAndChangeOnlyTheirOwnPassword) {
       {"GetCount", {{"AClassName", "TUser"}}, true},
       {"GetUserRole", {{"id", 2}}, true},
       {"SetUserPassword", {{"id", 2}, {"APassword", "nova"}}, true},
-      {"Insert", {{"jObj", ObjectJson("DemoClasses.TCidade", {{"Nome", "Natal"}, {"UF", "RN"}})}}, true},
+      {"Insert",
+       {{"jObj", ObjectJson("DemoClasses.TCidade", {{"Nome", "Natal"}, {"UF", "RN"}})}},
+       true},
       {"Insert", {{"jObj", UserJson(-1, "intruso")}}, false},
       {"Update", {{"jObj", UserJson(1, "ana2")}, {"Callback", true}}, false},
       {"Update", {{"jObj", UserJson(2, "chefe2")}, {"Callback", true}}, false},
@@ -119,7 +122,8 @@ TEST_F(AuthorizationTest, AdministratorsManageUsersButKeepTheLastAdministrator) 
 
   const std::string lastAdmin = "Acesso negado: o último administrador";
   EXPECT_TRUE(Outcome(*admin, "SetUserRole", {{"id", 1}, {"ARole", ""}}).starts_with(lastAdmin));
-  EXPECT_TRUE(Outcome(*admin, "Delete", {{"AClassName", "TUser"}, {"id", 1}}).starts_with(lastAdmin));
+  EXPECT_TRUE(
+      Outcome(*admin, "Delete", {{"AClassName", "TUser"}, {"id", 1}}).starts_with(lastAdmin));
   EXPECT_TRUE(Outcome(*admin, "DeleteArray", {{"AClassName", "TUser"}, {"jArray", {1, zeca}}})
                   .starts_with(lastAdmin));
   EXPECT_EQ(Users(), "1:chefe:admin,2:ana.souza:," + std::to_string(zeca) + ":zeca:");
@@ -138,10 +142,26 @@ TEST_F(AuthorizationTest, AdministratorsManageUsersButKeepTheLastAdministrator) 
 TEST_F(AuthorizationTest, KeysStampsAndAuthorsAreTheServers) {
   // A remote insert always makes a new record: the key sent is ignored.
   const int id = user->CallMethod(
-      "Insert", {{"jObj", ObjectJson("DemoClasses.TCidade", {{"Codigo", 999}, {"Nome", "X"}, {"UF", "PE"}})}},
+      "Insert",
+      {{"jObj", ObjectJson("DemoClasses.TCidade", {{"Codigo", 999}, {"Nome", "X"}, {"UF", "PE"}})}},
       nullptr);
   EXPECT_NE(id, 999);
   EXPECT_EQ(Scalar(*user->SQLConnection(), "select count(*) from CIDADES where ID = 999"), "0");
+  // Nor do the keys of list items: a stored item of another record is never taken over.
+  const auto categoria = [](const std::string& nome, json filhas) {
+    return ObjectJson("DemoClasses.TCategoria", {{"Nome", nome}, {"Filhas", std::move(filhas)}});
+  };
+  const int mae = user->CallMethod(
+      "Insert", {{"jObj", categoria("Mãe", {categoria("Filha", json::array())})}}, nullptr);
+  const std::string filha =
+      Scalar(*user->SQLConnection(), "select ID from CATEGORIAS where NOME = 'Filha'");
+  json roubo = categoria("Outra", json::array());
+  roubo["fields"]["Filhas"].push_back(
+      ObjectJson("DemoClasses.TCategoria", {{"Codigo", std::stoi(filha)}, {"Nome", "Roubada"}}));
+  user->CallMethod("Insert", {{"jObj", roubo}}, nullptr);
+  EXPECT_EQ(
+      Scalar(*user->SQLConnection(), "select PAI_ID || NOME from CATEGORIAS where ID = " + filha),
+      std::to_string(mae) + "Filha");
 
   const json cliente = ObjectJson("DemoClasses.TCliente", {{"Nome", "Bia"}, {"Email", "b@x"}});
   const int clienteId = user->CallMethod("Insert", {{"jObj", cliente}}, nullptr);

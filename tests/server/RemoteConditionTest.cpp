@@ -4,10 +4,10 @@
 
 #include <gtest/gtest.h>
 
-#include "examples/demo/DemoClasses.h"
 #include <zo/persistence/ZoServerUtils.h>
 #include <zo/platform/db/SQLConnection.h>
 #include <zo/server/RemoteCondition.h>
+#include "examples/demo/DemoClasses.h"
 #include "tests/support/DemoDatabase.h"
 
 namespace zo::testing {

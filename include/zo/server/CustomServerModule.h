@@ -223,6 +223,10 @@ class TZoCustomServerModule : public TComponent {
   // are put back before the DAO sees the object.
   void KeepServerOwnedFields(TGenericDAO& dao, TBaseDataObject& obj) const;
   static std::string KeyName(TDataObjectClass cls);
+  // Keys are the server's: an inserted object and the items of its lists are always new
+  // records, whatever keys the client sent (an item's key would otherwise move a stored item
+  // of another record into this one).
+  static void ForgetClientKeys(TBaseDataObject& obj);
   // The default policy's rules for the users' table.
   std::optional<std::string> CheckUserAccess(const TAccessRequest& request) const;
   // Not a policy but an invariant, checked after any policy: the users' table always keeps
