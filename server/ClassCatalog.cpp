@@ -18,28 +18,33 @@ namespace {
 
 std::string KindName(TTypeKind kind) {
   static const std::array<const char*, 22> kNames{
-      "tkUnknown",   "tkInteger", "tkChar",     "tkEnumeration", "tkFloat",   "tkString",
-      "tkSet",       "tkClass",   "tkMethod",   "tkWChar",       "tkLString", "tkWString",
-      "tkVariant",   "tkArray",   "tkRecord",   "tkInterface",   "tkInt64",   "tkDynArray",
-      "tkUString",   "tkClassRef", "tkPointer", "tkProcedure"};
+      "tkUnknown", "tkInteger",  "tkChar",    "tkEnumeration", "tkFloat",   "tkString",
+      "tkSet",     "tkClass",    "tkMethod",  "tkWChar",       "tkLString", "tkWString",
+      "tkVariant", "tkArray",    "tkRecord",  "tkInterface",   "tkInt64",   "tkDynArray",
+      "tkUString", "tkClassRef", "tkPointer", "tkProcedure"};
   const auto index = static_cast<std::size_t>(kind);
   return index < kNames.size() ? kNames[index] : "tkUnknown";
 }
 
 std::string SkillName(TPropertySkill skill) {
-  static const std::array<const char*, 6> kNames{"psNormal",   "psGeneric",  "psEmbedded",
-                                                 "psUnique",   "psTextBlob", "psBinaryBlob"};
+  static const std::array<const char*, 6> kNames{"psNormal", "psGeneric",  "psEmbedded",
+                                                 "psUnique", "psTextBlob", "psBinaryBlob"};
   const auto index = static_cast<std::size_t>(skill);
   return index < kNames.size() ? kNames[index] : "psNormal";
 }
 
 std::string ShapeName(TObjectShape shape) {
   switch (shape) {
-    case TObjectShape::DataObject: return "object";
-    case TObjectShape::List: return "list";
-    case TObjectShape::Stream: return "stream";
-    case TObjectShape::Bitmap: return "bitmap";
-    case TObjectShape::None: break;
+    case TObjectShape::DataObject:
+      return "object";
+    case TObjectShape::List:
+      return "list";
+    case TObjectShape::Stream:
+      return "stream";
+    case TObjectShape::Bitmap:
+      return "bitmap";
+    case TObjectShape::None:
+      break;
   }
   return "value";
 }
@@ -51,17 +56,18 @@ nlohmann::json DescribeProperty(const TRttiProperty* prop, const TRttiProperty* 
                                                                          : GetHostClass(prop);
   // Lists live in their item class's table: the property has no column of its own.
   const bool hasColumn = prop->Shape() != TObjectShape::List;
-  return {{"name", prop->Name()},
-          {"kind", KindName(prop->Kind())},
-          {"type", prop->TypeName()},
-          {"shape", ShapeName(prop->Shape())},
-          {"column", hasColumn ? nlohmann::json(GetAttribName(prop)) : nlohmann::json(nullptr)},
-          {"size", annotation == nullptr ? 0 : annotation->GetSize()},
-          {"required", IsRequired(prop)},
-          {"indexed", IsIndexed(prop)},
-          {"skill", SkillName(GetAttribSkill(prop))},
-          {"key", prop == key},
-          {"class", related == nullptr ? nlohmann::json(nullptr) : nlohmann::json(related->Name())}};
+  return {
+      {"name", prop->Name()},
+      {"kind", KindName(prop->Kind())},
+      {"type", prop->TypeName()},
+      {"shape", ShapeName(prop->Shape())},
+      {"column", hasColumn ? nlohmann::json(GetAttribName(prop)) : nlohmann::json(nullptr)},
+      {"size", annotation == nullptr ? 0 : annotation->GetSize()},
+      {"required", IsRequired(prop)},
+      {"indexed", IsIndexed(prop)},
+      {"skill", SkillName(GetAttribSkill(prop))},
+      {"key", prop == key},
+      {"class", related == nullptr ? nlohmann::json(nullptr) : nlohmann::json(related->Name())}};
 }
 
 nlohmann::json DescribeClass(const std::string& name, TDataObjectClass cls) {

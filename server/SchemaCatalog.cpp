@@ -15,16 +15,26 @@ namespace {
 
 std::string TypeName(const TColumnStruct& column) {
   switch (column.TypeData()) {
-    case TDBRType::dbsChar: return "CHAR";
-    case TDBRType::dbsString: return "VARCHAR(" + std::to_string(column.Size()) + ")";
-    case TDBRType::dbsFloat: return "DOUBLE PRECISION";
-    case TDBRType::dbsInteger: return "INTEGER";
-    case TDBRType::dbsEnum: return "SMALLINT";
-    case TDBRType::dbsDate: return "DATE";
-    case TDBRType::dbsDateTime: return "TIMESTAMP";
-    case TDBRType::dbsTime: return "TIME";
-    case TDBRType::dbsTextBlob: return "BLOB SUB_TYPE TEXT";
-    case TDBRType::dbsBinBlob: return "BLOB";
+    case TDBRType::dbsChar:
+      return "CHAR";
+    case TDBRType::dbsString:
+      return "VARCHAR(" + std::to_string(column.Size()) + ")";
+    case TDBRType::dbsFloat:
+      return "DOUBLE PRECISION";
+    case TDBRType::dbsInteger:
+      return "INTEGER";
+    case TDBRType::dbsEnum:
+      return "SMALLINT";
+    case TDBRType::dbsDate:
+      return "DATE";
+    case TDBRType::dbsDateTime:
+      return "TIMESTAMP";
+    case TDBRType::dbsTime:
+      return "TIME";
+    case TDBRType::dbsTextBlob:
+      return "BLOB SUB_TYPE TEXT";
+    case TDBRType::dbsBinBlob:
+      return "BLOB";
   }
   return "?";
 }
@@ -55,10 +65,10 @@ nlohmann::json DescribeTable(const TTableStruct& table) {
   const TDBSPrimaryKey* primary = table.PrimaryKey();
   return {{"name", table.Name()},
           {"columns", std::move(columns)},
-          {"primaryKey", primary == nullptr || primary->KeyName().empty()
-                             ? nlohmann::json(nullptr)
-                             : nlohmann::json{{"name", primary->Name()},
-                                              {"column", primary->KeyName()}}},
+          {"primaryKey",
+           primary == nullptr || primary->KeyName().empty()
+               ? nlohmann::json(nullptr)
+               : nlohmann::json{{"name", primary->Name()}, {"column", primary->KeyName()}}},
           {"foreignKeys", std::move(foreignKeys)},
           {"uniques", std::move(uniques)},
           {"indices", std::move(indices)},

@@ -71,12 +71,16 @@ bool Inside(const fs::path& root, const fs::path& file) {
 }  // namespace
 
 std::string ContentTypeOf(const fs::path& file) {
-  static const std::map<std::string, std::string> kTypes{
-      {".html", "text/html; charset=utf-8"},  {".js", "text/javascript; charset=utf-8"},
-      {".mjs", "text/javascript; charset=utf-8"}, {".css", "text/css; charset=utf-8"},
-      {".json", "application/json"},          {".map", "application/json"},
-      {".svg", "image/svg+xml"},              {".png", "image/png"},
-      {".ico", "image/x-icon"},               {".txt", "text/plain; charset=utf-8"}};
+  static const std::map<std::string, std::string> kTypes{{".html", "text/html; charset=utf-8"},
+                                                         {".js", "text/javascript; charset=utf-8"},
+                                                         {".mjs", "text/javascript; charset=utf-8"},
+                                                         {".css", "text/css; charset=utf-8"},
+                                                         {".json", "application/json"},
+                                                         {".map", "application/json"},
+                                                         {".svg", "image/svg+xml"},
+                                                         {".png", "image/png"},
+                                                         {".ico", "image/x-icon"},
+                                                         {".txt", "text/plain; charset=utf-8"}};
   const auto it = kTypes.find(file.extension().string());
   return it == kTypes.end() ? "application/octet-stream" : it->second;
 }
