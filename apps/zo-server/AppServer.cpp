@@ -46,6 +46,7 @@ struct Options {
   std::vector<std::string> allowedOrigins;
   std::string tlsCert;
   std::string tlsKey;
+  std::string consoleDir;  // empty: "console" beside the executable, when it exists
 };
 
 void PrintHelp(const std::string& program, const TServerApplication& app) {
@@ -73,6 +74,8 @@ void PrintHelp(const std::string& program, const TServerApplication& app) {
                "                        (default: any)\n"
                "  --tls-cert FILE       PEM certificate chain: serve wss:// and https:// only\n"
                "  --tls-key FILE        PEM private key of --tls-cert\n"
+               "  --console-dir DIR     the browser console's files, served at /console/\n"
+               "                        (default: console/ beside the executable)\n"
                "  --help                this text\n";
 }
 
@@ -142,6 +145,11 @@ std::optional<Options> Parse(int argc, char** argv) {
       o.tlsCert = value;
     } else if (arg == "--tls-key") {
       o.tlsKey = value;
+    } else if (arg == "--console-dir") {
+      o.consoleDir = fs::absolute(value).string();  // before the change to the root
+      if (!fs::is_directory(o.consoleDir)) {
+        throw Exception("Diretório do console inexistente: " + o.consoleDir);
+      }
     } else {
       throw Exception("Opção desconhecida: " + arg);
     }
@@ -174,6 +182,14 @@ rpc::LogSink MakeLogSink() {
     std::lock_guard lock(*mutex);
     std::cerr << Timestamp() << " " << line << std::endl;
   };
+}
+
+// The console's directory: the option's, or console/ beside the executable when it exists.
+std::string ConsoleDir(const Options& options) {
+  if (!options.consoleDir.empty()) return options.consoleDir;
+  const fs::path beside = fs::path(ExecutableDir()) / "console";
+  std::error_code ec;
+  return fs::is_directory(beside, ec) ? beside.string() : std::string();
 }
 
 // Every refusal (condition, authorization, database name, login) as one warning line.
@@ -265,6 +281,7 @@ int RunAppServer(int argc, char** argv, const TServerApplication& app) {
     rpcOptions.allowedOrigins = options->allowedOrigins;
     rpcOptions.tlsCertificateFile = options->tlsCert;
     rpcOptions.tlsKeyFile = options->tlsKey;
+    rpcOptions.staticDir = ConsoleDir(*options);
     // Caught from before the announcement on: whoever reads "listening" and at once sends
     // SIGTERM must get a graceful stop, not the signal's default death.
     boost::asio::io_context signalIo;
@@ -277,6 +294,10 @@ int RunAppServer(int argc, char** argv, const TServerApplication& app) {
               << server.Port() << "/zo and http" << secure << "://" << options->bind << ":"
               << server.Port() << "/zo/rpc\n"
               << "application root: " << ApplicationRoot() << "\n"
+              << (rpcOptions.staticDir.empty()
+                      ? std::string()
+                      : "console: http://" + options->bind + ":" + std::to_string(server.Port()) +
+                            rpcOptions.staticPath + "\n")
               << "Ctrl-C stops the server." << std::endl;
     signalIo.run();  // returns once the signal's handler has run
     server.Stop();

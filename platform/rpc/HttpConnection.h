@@ -40,6 +40,7 @@ class HttpConnection : public IConnection,
   void Upgrade();
   void ServeRpc();
   void Respond(boost::beast::http::status status, std::string body, bool close = false);
+  bool ServeStaticFile();
   void OnWritten(bool close, const boost::system::error_code& error);
   void RefuseOversized();
   void DrainAndClose();
