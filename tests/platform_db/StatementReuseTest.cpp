@@ -114,6 +114,8 @@ TEST_F(StatementReuseTest, ResultsErrorsAndTraceAreThoseOfTheTextAsGiven) {
       "INSERT INTO T (ID, C) VALUES (1, 'dup')",
       "UPDATE T SET C = 'xyz' WHERE ID = 99",
       "SELECT ID FROM T WHERE ID = 'x'",
+      "SELECT ID FROM T WHERE D = '2024-02-30'",
+      "SELECT ID FROM T WHERE D > 'today' OR D < '1.5.2024x'",
   };
   std::vector<std::string> traced;
   conn_.SetTrace([&traced](const std::string& sql) { traced.push_back(sql); });
