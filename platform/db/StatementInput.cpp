@@ -59,6 +59,10 @@ ParameterSlot Describe(Firebird::IMessageMetadata* described, unsigned i, fb::Th
     slot.accepts = ParameterSlot::Accepts::Integer;
     slot.maxDigits = IntegerDigits(type);
     slot.decimals = static_cast<unsigned>(-scale);
+  } else if (type == SQL_DOUBLE) {
+    slot.accepts = ParameterSlot::Accepts::Double;
+    slot.maxDigits = 15;  // every such decimal is an exact integer over a power of ten
+    slot.decimals = 15;
   } else if ((type == SQL_TEXT || type == SQL_VARYING) &&
              BytesPerChar(described->getCharSet(s, i)) > 0) {
     const unsigned charSet = described->getCharSet(s, i);
@@ -93,10 +97,24 @@ bool FitsInteger(const ParameterSlot& slot, std::string digits) {
   return decimals <= slot.decimals && integerDigits + slot.decimals <= slot.maxDigits;
 }
 
+// At most `maxDigits` significant digits in all.
+bool FitsDecimal(const std::string& number, unsigned maxDigits) {
+  const auto digits = std::count_if(number.begin(), number.end(),
+                                    [](char c) { return std::isdigit(static_cast<unsigned char>(c)); });
+  const std::size_t first = number.find_first_of("123456789");
+  const auto leading =
+      first == std::string::npos
+          ? digits
+          : std::count(number.begin(), number.begin() + static_cast<std::ptrdiff_t>(first), '0');
+  return static_cast<unsigned>(digits - leading) <= maxDigits;
+}
+
 bool Accepted(const ParameterSlot& slot, const Literal& literal) {
   switch (slot.accepts) {
     case ParameterSlot::Accepts::Integer:
       return literal.type == Literal::Type::Number && FitsInteger(slot, literal.value);
+    case ParameterSlot::Accepts::Double:
+      return literal.type == Literal::Type::Number && FitsDecimal(literal.value, slot.maxDigits);
     case ParameterSlot::Accepts::Text:
     case ParameterSlot::Accepts::DateText:
       return literal.type == Literal::Type::String &&

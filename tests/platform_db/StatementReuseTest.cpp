@@ -39,8 +39,8 @@ class StatementReuseTest : public SqlLayerTest {
     Open(conn_);
     Update(conn_,
            "CREATE TABLE T (ID INTEGER NOT NULL PRIMARY KEY, C VARCHAR(3), CH CHAR(3), "
-           "S SMALLINT, N NUMERIC(5,2), D DATE, U VARCHAR(2) CHARACTER SET UTF8)");
-    Update(conn_, "INSERT INTO T VALUES (1, 'abc', 'ab', 7, 1.25, '2024-05-01', 'çã')");
+           "S SMALLINT, N NUMERIC(5,2), D DATE, U VARCHAR(2) CHARACTER SET UTF8, F DOUBLE PRECISION)");
+    Update(conn_, "INSERT INTO T VALUES (1, 'abc', 'ab', 7, 1.25, '2024-05-01', 'çã', 1.1)");
     OpenWithoutReuse(*this, plain_, &StatementReuseTest::Open);
   }
   TSQLConnection plain_;
@@ -113,6 +113,11 @@ TEST_F(StatementReuseTest, ResultsErrorsAndTraceAreThoseOfTheTextAsGiven) {
       "INSERT INTO T (ID, S) VALUES (4, 99999)",
       "INSERT INTO T (ID, C) VALUES (1, 'dup')",
       "UPDATE T SET C = 'xyz' WHERE ID = 99",
+      "SELECT ID FROM T WHERE F = 1.1 OR F = 0.1000000000000000055511151231257827",
+      "UPDATE T SET F = 0.7 WHERE ID = 1",
+      "SELECT F FROM T WHERE F = 0.7 OR F = -123456.789012345",
+      "UPDATE T SET F = 1234567.00000001 WHERE ID = 1",
+      "SELECT F FROM T WHERE F > 1234567",
       "SELECT ID FROM T WHERE ID = 'x'",
       "SELECT ID FROM T WHERE D = '2024-02-30'",
       "SELECT ID FROM T WHERE D > 'today' OR D < '1.5.2024x'",
