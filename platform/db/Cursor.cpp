@@ -18,9 +18,8 @@ Cursor::Cursor(std::shared_ptr<Session> session, PreparedStatement statement,
   layout_ = ColumnLayout(metadata.get());
   row_.resize(layout_.MessageLength());
   if (hasCursor) {
-    resultSet_ =
-        fb::ResultSet(st->openCursor(s, transaction, statement_.InputMetadata(),
-                                     statement_.InputMessage(), metadata.get(), 0));
+    resultSet_ = fb::ResultSet(st->openCursor(s, transaction, statement_.InputMetadata(),
+                                              statement_.InputMessage(), metadata.get(), 0));
     position_ = Position::BeforeRows;
   } else if (!layout_.Columns().empty()) {
     st->execute(s, transaction, statement_.InputMetadata(), statement_.InputMessage(),

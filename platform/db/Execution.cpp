@@ -4,11 +4,11 @@
 #include <cctype>
 #include <optional>
 
+#include <zo/platform/db/DatabaseError.h>
 #include "platform/db/Cursor.h"
 #include "platform/db/LiteralLifting.h"
 #include "platform/db/Session.h"
 #include "platform/db/StatementText.h"
-#include <zo/platform/db/DatabaseError.h>
 
 namespace zo::db {
 namespace {
@@ -187,8 +187,7 @@ std::unique_ptr<Cursor> RunQuery(const std::shared_ptr<Session>& session, const 
     // EXECUTE PROCEDURE or ... RETURNING outside a transaction: auto-commit. Its one row is
     // already in the cursor's buffer when the commit happens.
     fb::Transaction autoCommit = session->StartWriteTransaction();
-    auto cursor =
-        std::make_unique<Cursor>(session, std::move(prepared), autoCommit.get(), false);
+    auto cursor = std::make_unique<Cursor>(session, std::move(prepared), autoCommit.get(), false);
     session->EndCursors(autoCommit.get(), "The statement's transaction has ended");
     Commit(autoCommit);
     return cursor;
@@ -209,8 +208,8 @@ std::int64_t RunUpdate(Session& session, const std::string& sql, bool countRows)
         std::int64_t rows = -1;
         if (countRows) {
           fb::Status status;
-          rows = static_cast<std::int64_t>(
-              prepared.statement->getAffectedRecords(status.Throwing()));
+          rows =
+              static_cast<std::int64_t>(prepared.statement->getAffectedRecords(status.Throwing()));
         }
         session.Statements().Return(prepared);
         return rows;

@@ -62,9 +62,10 @@ std::optional<std::vector<Token>> Scan(const std::string& sql) {
       TokenType type = TokenType::Number;
       if (end < sql.size() && (IsWordChar(sql[end]))) {
         type = TokenType::InexactNumber;  // 1E5, 0x1F, ...: left as written
-        while (end < sql.size() && (IsWordChar(sql[end]) || sql[end] == '.' ||
-                                    ((sql[end] == '-' || sql[end] == '+') &&
-                                     std::toupper(static_cast<unsigned char>(sql[end - 1])) == 'E')))
+        while (end < sql.size() &&
+               (IsWordChar(sql[end]) || sql[end] == '.' ||
+                ((sql[end] == '-' || sql[end] == '+') &&
+                 std::toupper(static_cast<unsigned char>(sql[end - 1])) == 'E')))
           ++end;
       }
       if (std::count(sql.begin() + static_cast<std::ptrdiff_t>(i),
@@ -102,9 +103,9 @@ bool EndsOperand(const std::vector<Token>& tokens, std::size_t next) {
   if (next == tokens.size()) return true;
   const Token& t = tokens[next];
   if (t.type == TokenType::Symbol) return t.upper == ")" || t.upper == "," || t.upper == ";";
-  static const std::set<std::string> kClauses = {"AND",   "OR",   "ORDER", "GROUP",
-                                                 "HAVING", "ROWS", "RETURNING", "WHERE",
-                                                 "PLAN",  "UNION", "FOR", "MATCHING"};
+  static const std::set<std::string> kClauses = {"AND",    "OR",    "ORDER",     "GROUP",
+                                                 "HAVING", "ROWS",  "RETURNING", "WHERE",
+                                                 "PLAN",   "UNION", "FOR",       "MATCHING"};
   return t.type == TokenType::Word && kClauses.count(t.upper) > 0;
 }
 
@@ -184,9 +185,8 @@ std::optional<LiftedStatement> LiftLiterals(const std::string& sql) {
     }
     if (start == 0) continue;
     const Token& before = tokens[start - 1];
-    const bool listItem =
-        before.type == TokenType::Symbol && (before.upper == "(" || before.upper == ",") &&
-        scopes.back().list;
+    const bool listItem = before.type == TokenType::Symbol &&
+                          (before.upper == "(" || before.upper == ",") && scopes.back().list;
     if (!(IsComparison(before) || listItem) || !EndsOperand(tokens, i + 1)) continue;
     const std::string_view written =
         std::string_view(sql).substr(tokens[start].begin, t.end - tokens[start].begin);
@@ -195,9 +195,10 @@ std::optional<LiftedStatement> LiftLiterals(const std::string& sql) {
     copied = t.end;
     if (t.type == TokenType::Number) {
       std::string value(written);
-      value.erase(std::remove_if(value.begin(), value.end(),
-                                 [](char ch) { return std::isspace(static_cast<unsigned char>(ch)); }),
-                  value.end());
+      value.erase(
+          std::remove_if(value.begin(), value.end(),
+                         [](char ch) { return std::isspace(static_cast<unsigned char>(ch)); }),
+          value.end());
       lifted.literals.push_back({Literal::Type::Number, std::move(value)});
     } else {
       lifted.literals.push_back({Literal::Type::String, Unquote(written)});

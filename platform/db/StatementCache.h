@@ -24,9 +24,7 @@ struct PreparedStatement {
   std::vector<unsigned char> message;
   bool reused = false;  // prepared before this execution
 
-  Firebird::IMessageMetadata* InputMetadata() const {
-    return input ? input->Metadata() : nullptr;
-  }
+  Firebird::IMessageMetadata* InputMetadata() const { return input ? input->Metadata() : nullptr; }
   unsigned char* InputMessage() { return message.empty() ? nullptr : message.data(); }
 };
 

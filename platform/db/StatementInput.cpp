@@ -99,8 +99,9 @@ bool FitsInteger(const ParameterSlot& slot, std::string digits) {
 
 // At most `maxDigits` significant digits in all.
 bool FitsDecimal(const std::string& number, unsigned maxDigits) {
-  const auto digits = std::count_if(number.begin(), number.end(),
-                                    [](char c) { return std::isdigit(static_cast<unsigned char>(c)); });
+  const auto digits = std::count_if(number.begin(), number.end(), [](char c) {
+    return std::isdigit(static_cast<unsigned char>(c));
+  });
   const std::size_t first = number.find_first_of("123456789");
   const auto leading =
       first == std::string::npos

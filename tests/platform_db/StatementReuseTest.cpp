@@ -37,9 +37,10 @@ class StatementReuseTest : public SqlLayerTest {
  protected:
   void SetUp() override {
     Open(conn_);
-    Update(conn_,
-           "CREATE TABLE T (ID INTEGER NOT NULL PRIMARY KEY, C VARCHAR(3), CH CHAR(3), "
-           "S SMALLINT, N NUMERIC(5,2), D DATE, U VARCHAR(2) CHARACTER SET UTF8, F DOUBLE PRECISION)");
+    Update(
+        conn_,
+        "CREATE TABLE T (ID INTEGER NOT NULL PRIMARY KEY, C VARCHAR(3), CH CHAR(3), "
+        "S SMALLINT, N NUMERIC(5,2), D DATE, U VARCHAR(2) CHARACTER SET UTF8, F DOUBLE PRECISION)");
     Update(conn_, "INSERT INTO T VALUES (1, 'abc', 'ab', 7, 1.25, '2024-05-01', 'çã', 1.1)");
     OpenWithoutReuse(*this, plain_, &StatementReuseTest::Open);
   }
@@ -57,8 +58,8 @@ TEST(LiteralLifting, LiftsOnlyValuesItIsSureOf) {
        "5|it's"},
       {"SELECT A FROM T WHERE X>=-1.50 OR Y <> 'a'", "SELECT A FROM T WHERE X>=? OR Y <> ?",
        "-1.50|a"},
-      {"INSERT INTO T (A, B, C) VALUES (1, 'x', NULL)", "INSERT INTO T (A, B, C) VALUES (?, ?, NULL)",
-       "1|x"},
+      {"INSERT INTO T (A, B, C) VALUES (1, 'x', NULL)",
+       "INSERT INTO T (A, B, C) VALUES (?, ?, NULL)", "1|x"},
       {"UPDATE T SET A = 'v', B = 2 WHERE ID IN (3, 4)",
        "UPDATE T SET A = ?, B = ? WHERE ID IN (?, ?)", "v|2|3|4"},
       {"DELETE FROM T WHERE ID = (SELECT 1 FROM R WHERE K = 2)",
@@ -68,8 +69,8 @@ TEST(LiteralLifting, LiftsOnlyValuesItIsSureOf) {
        "SELECT FIRST 1 'x', 2 FROM T WHERE A = B + 1 AND C LIKE 'a%' ORDER BY 1", ""},
       {"SELECT A FROM T WHERE A = _UTF8 'x' AND B = x'41' AND C = 1E2 AND D = 'a' || 'b'",
        "SELECT A FROM T WHERE A = _UTF8 'x' AND B = x'41' AND C = 1E2 AND D = 'a' || 'b'", ""},
-      {"SELECT A FROM T WHERE COALESCE(A, 0) = 3 -- = 4\n", "SELECT A FROM T WHERE COALESCE(A, 0) = ? -- = 4\n",
-       "3"},
+      {"SELECT A FROM T WHERE COALESCE(A, 0) = 3 -- = 4\n",
+       "SELECT A FROM T WHERE COALESCE(A, 0) = ? -- = 4\n", "3"},
       {"SELECT A FROM T WHERE B = q'{x}'", nullptr, ""},
       {"SELECT A FROM T WHERE B = ?", nullptr, ""},
       {"SELECT A FROM T WHERE B = 'open", nullptr, ""},
@@ -84,7 +85,8 @@ TEST(LiteralLifting, LiftsOnlyValuesItIsSureOf) {
     EXPECT_EQ(literals, c.literals) << c.sql;
   }
   using db::StatementKind;
-  EXPECT_EQ(db::ClassifyStatement(" with x as (select 1 from t) select * from x"), StatementKind::Data);
+  EXPECT_EQ(db::ClassifyStatement(" with x as (select 1 from t) select * from x"),
+            StatementKind::Data);
   EXPECT_EQ(db::ClassifyStatement("EXECUTE BLOCK AS BEGIN END"), StatementKind::Procedural);
   EXPECT_EQ(db::ClassifyStatement("EXECUTE BLOCK AS BEGIN EXECUTE STATEMENT 'DROP TABLE T'; END"),
             StatementKind::MetadataChanging);
