@@ -121,7 +121,7 @@ std::string Unquote(std::string_view quoted) {
 // Paren and select-list context while walking the tokens.
 struct Scope {
   bool list = false;        // opened right after VALUES or IN
-  bool selectList = false;  // between SELECT and its FROM
+  bool selectList = false;  // between SELECT and its FROM, nested parentheses included
 };
 
 }  // namespace
@@ -162,7 +162,7 @@ std::optional<LiftedStatement> LiftLiterals(const std::string& sql) {
     if (t.type == TokenType::Symbol && t.upper == "(") {
       const bool afterListWord =
           i > 0 && (tokens[i - 1].upper == "VALUES" || tokens[i - 1].upper == "IN");
-      scopes.push_back({afterListWord, false});
+      scopes.push_back({afterListWord, scopes.back().selectList});  // IIF(A = 1, ...) too
       continue;
     }
     if (t.type == TokenType::Symbol && t.upper == ")") {

@@ -40,8 +40,9 @@ class StatementReuseTest : public SqlLayerTest {
     Update(
         conn_,
         "CREATE TABLE T (ID INTEGER NOT NULL PRIMARY KEY, C VARCHAR(3), CH CHAR(3), "
-        "S SMALLINT, N NUMERIC(5,2), D DATE, U VARCHAR(2) CHARACTER SET UTF8, F DOUBLE PRECISION)");
-    Update(conn_, "INSERT INTO T VALUES (1, 'abc', 'ab', 7, 1.25, '2024-05-01', 'çã', 1.1)");
+        "S SMALLINT, N NUMERIC(5,2), D DATE, U VARCHAR(2) CHARACTER SET UTF8, F DOUBLE PRECISION, "
+        "CI VARCHAR(5) CHARACTER SET ISO8859_1 COLLATE PT_BR)");
+    Update(conn_, "INSERT INTO T VALUES (1, 'abc', 'ab', 7, 1.25, '2024-05-01', 'çã', 1.1, 'Ana')");
     OpenWithoutReuse(*this, plain_, &StatementReuseTest::Open);
   }
   TSQLConnection plain_;
@@ -71,6 +72,8 @@ TEST(LiteralLifting, LiftsOnlyValuesItIsSureOf) {
        "SELECT A FROM T WHERE A = _UTF8 'x' AND B = x'41' AND C = 1E2 AND D = 'a' || 'b'", ""},
       {"SELECT A FROM T WHERE COALESCE(A, 0) = 3 -- = 4\n",
        "SELECT A FROM T WHERE COALESCE(A, 0) = ? -- = 4\n", "3"},
+      {"SELECT IIF(A = 1, 'x', 'y'), (SELECT 1 FROM R WHERE K = 2) FROM T WHERE B = 3",
+       "SELECT IIF(A = 1, 'x', 'y'), (SELECT 1 FROM R WHERE K = ?) FROM T WHERE B = ?", "2|3"},
       {"SELECT A FROM T WHERE B = q'{x}'", nullptr, ""},
       {"SELECT A FROM T WHERE B = ?", nullptr, ""},
       {"SELECT A FROM T WHERE B = 'open", nullptr, ""},
@@ -100,6 +103,7 @@ TEST(LiteralLifting, LiftsOnlyValuesItIsSureOf) {
 TEST_F(StatementReuseTest, ResultsErrorsAndTraceAreThoseOfTheTextAsGiven) {
   const std::vector<std::string> statements = {
       "SELECT ID FROM T WHERE C = 'abc'",
+      "SELECT ID FROM T WHERE CI = 'ANA' AND CI > 'an'",
       "SELECT ID FROM T WHERE C = 'abcdef'",
       "SELECT ID FROM T WHERE C < 'abcd'",
       "SELECT ID FROM T WHERE C = 'abc   '",
@@ -134,6 +138,9 @@ TEST_F(StatementReuseTest, ResultsErrorsAndTraceAreThoseOfTheTextAsGiven) {
     expectedTrace.insert(expectedTrace.end(), {sql, sql});
   }
   EXPECT_EQ(traced, expectedTrace);
+  // The cases above really reach the interesting answers, not just equal empty ones.
+  EXPECT_EQ(Outcome(conn_, "SELECT ID FROM T WHERE CI = 'ANA' AND CI > 'an'"), "1;");
+  EXPECT_EQ(Outcome(conn_, "SELECT ID FROM T WHERE C < 'abcd' AND C <> 'abcdef'"), "1;");
   EXPECT_EQ(Scalar(conn_, "SELECT COUNT(*) FROM T"), "1");  // no failed insert left a row
 }
 
