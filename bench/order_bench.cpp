@@ -1,6 +1,6 @@
 // The persistence layer against what a user would write by hand on Firebird's C++ API:
 // reading a demo order with 10 items (GetDataObject) and committing a new one
-// (InsertDataObject), in one run, on one embedded database with forced writes off.
+// (InsertDataObject), in one run, on one embedded database (forced writes off unless asked).
 //
 // The hand-written side prepares its statements once, binds values as parameters and reads
 // the items with one join. Both sides do the same work per operation: the read loads the
@@ -10,7 +10,7 @@
 // and max over the rounds. Run it once with ZO_STATEMENT_CACHE_SIZE=0 to see the library
 // without statement reuse.
 //
-//   order_bench [rounds=7] [operations per batch=200] [--statements]
+//   order_bench [rounds=7] [operations per batch=200] [--statements] [--forced-writes]
 #include <firebird/Interface.h>
 #include <firebird/Message.h>
 #include <time.h>
@@ -45,10 +45,10 @@ constexpr int kItems = 10;
 zo::TDBXConnection* theConn = nullptr;
 zo::TDBXConnection& Conn() { return *theConn; }
 
-void CreateSchema(zo::TSQLConnection& layer, const std::string& database) {
+void CreateSchema(zo::TSQLConnection& layer, const std::string& database, bool forcedWrites) {
   demo::RegisterDemoClasses();
   zo::TCreateDatabaseOptions options;
-  options.forcedWrites = false;
+  options.forcedWrites = forcedWrites;
   zo::CreateDatabaseFile(database, options);
   layer.Params().SetValue("Database", database);
   layer.Params().SetValue("User_Name", "SYSDBA");
@@ -355,10 +355,13 @@ int main(int argc, char** argv) {
   int rounds = 7;
   int batch = 200;
   bool statements = false;
+  bool forcedWrites = false;
   std::vector<int> numbers;
   for (int i = 1; i < argc; ++i) {
     if (std::strcmp(argv[i], "--statements") == 0) {
       statements = true;
+    } else if (std::strcmp(argv[i], "--forced-writes") == 0) {
+      forcedWrites = true;
     } else {
       numbers.push_back(std::atoi(argv[i]));
     }
@@ -371,7 +374,7 @@ int main(int argc, char** argv) {
   {
     zo::TSQLConnection layer;
     const std::string database = (dir / "bench.fdb").string();
-    CreateSchema(layer, database);
+    CreateSchema(layer, database, forcedWrites);
     Fixture fixture;
     std::vector<std::string> trace;
     layer.SetTrace([&trace](const std::string& sql) { trace.push_back(sql); });
@@ -406,7 +409,8 @@ int main(int argc, char** argv) {
           [&] { hand.Read(fixture.pedidoId); });
       comparisons.emplace_back("committed insert", insertCommitted,
                                [&] { hand.InsertCommitted(*fixture.pedido); });
-      std::printf("%d interleaved rounds of %d operations per side\n", rounds, batch);
+      std::printf("%d interleaved rounds of %d operations per side, forced writes %s\n", rounds,
+                  batch, forcedWrites ? "on" : "off");
       RunRounds(comparisons, rounds, batch);
     }
   }
