@@ -9,7 +9,7 @@ packages=(
   firebird-dev libfbclient2 firebird3.0-server-core firebird3.0-utils firebird3.0-server
   nlohmann-json3-dev libfmt-dev
   libboost-dev libboost-system-dev
-  libssl-dev
+  libssl-dev openssl
   chromium
 )
 # Node.js for the console and the TypeScript client. Debian's nodejs, unless a nodejs package
