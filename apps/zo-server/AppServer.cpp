@@ -188,8 +188,9 @@ int RunAppServer(int argc, char** argv, const TServerApplication& app) {
     }
     auto authenticator = app.makeAuthenticator ? app.makeAuthenticator()
                                                : std::make_unique<TUserTableAuthenticator>();
-    auto factory =
-        std::make_shared<TModuleSessionFactory>(app.moduleClass, std::move(authenticator));
+    const auto probe = std::make_shared<TServerProbe>();
+    auto factory = std::make_shared<TModuleSessionFactory>(app.moduleClass,
+                                                           std::move(authenticator), probe);
 
     rpc::RpcServerOptions rpcOptions;
     rpcOptions.address = options->bind;
@@ -200,6 +201,7 @@ int RunAppServer(int argc, char** argv, const TServerApplication& app) {
     rpcOptions.maxMessageSize = options->maxMessageBytes;
     rpcOptions.logLevel = options->logLevel;
     rpcOptions.logSink = log;
+    rpcOptions.probe = probe;
     // Caught from before the announcement on: whoever reads "listening" and at once sends
     // SIGTERM must get a graceful stop, not the signal's default death.
     boost::asio::io_context signalIo;

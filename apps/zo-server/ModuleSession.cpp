@@ -5,6 +5,7 @@
 #include <nlohmann/json.hpp>
 
 #include <zo/core/Exceptions.h>
+#include <zo/platform/db/SQLConnection.h>
 #include <zo/server/UserPasswords.h>
 
 namespace zo::app {
@@ -25,11 +26,33 @@ std::string TextParam(const nlohmann::json& params, const char* name) {
 }  // namespace
 
 TModuleSession::TModuleSession(std::unique_ptr<TZoCustomServerModule> module, std::string customer,
-                               std::string user)
-    : module_(std::move(module)), customer_(std::move(customer)), user_(std::move(user)) {}
+                               std::string user, std::shared_ptr<TServerProbe> probe)
+    : module_(std::move(module)),
+      customer_(std::move(customer)),
+      user_(std::move(user)),
+      probe_(std::move(probe)) {
+  probe_->Adjust(customer_, 1, 0);
+  UpdateAttachment();
+}
+
+TModuleSession::~TModuleSession() {
+  module_.reset();  // detaches before the gauges say so
+  probe_->Adjust(customer_, -1, attached_ ? -1 : 0);
+}
+
+void TModuleSession::UpdateAttachment() {
+  const TSQLConnection* connection = module_->SQLConnection();
+  const bool attached = connection != nullptr && connection->Connected();
+  if (attached != attached_) probe_->Adjust(customer_, 0, attached ? 1 : -1);
+  attached_ = attached;
+}
 
 nlohmann::json TModuleSession::Call(const std::string& method, const nlohmann::json& params,
                                     TZoCallback* callback) {
+  struct AttachmentUpdate {
+    TModuleSession& session;
+    ~AttachmentUpdate() { session.UpdateAttachment(); }
+  } const update{*this};
   try {
     return module_->CallMethod(method, params, callback);
   } catch (const EMethodNotFound& e) {
@@ -40,8 +63,9 @@ nlohmann::json TModuleSession::Call(const std::string& method, const nlohmann::j
 }
 
 TModuleSessionFactory::TModuleSessionFactory(TModuleClass moduleClass,
-                                             std::unique_ptr<IAuthenticator> authenticator)
-    : authenticator_(std::move(authenticator)) {
+                                             std::unique_ptr<IAuthenticator> authenticator,
+                                             std::shared_ptr<TServerProbe> probe)
+    : authenticator_(std::move(authenticator)), probe_(std::move(probe)) {
   serverClass_.SetModuleClass(std::move(moduleClass));
 }
 
@@ -67,7 +91,7 @@ std::unique_ptr<rpc::IRpcSession> TModuleSessionFactory::Connect(const nlohmann:
   event.connectionData["peer"] = client.peer;
   event.serverClassInstance = module.get();
   serverClass_.CreateInstance(event);
-  return std::make_unique<TModuleSession>(std::move(module), customer, user);
+  return std::make_unique<TModuleSession>(std::move(module), customer, user, probe_);
 }
 
 }  // namespace zo::app

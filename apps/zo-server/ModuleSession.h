@@ -3,6 +3,7 @@
 #include <memory>
 #include <string>
 
+#include "apps/zo-server/ServerProbe.h"
 #include <zo/appserver/Authenticator.h>
 #include <zo/platform/rpc/RpcSession.h>
 #include <zo/server/ZoServer.h>
@@ -13,16 +14,25 @@ namespace zo::app {
 class TModuleSession : public rpc::IRpcSession {
  public:
   TModuleSession(std::unique_ptr<TZoCustomServerModule> module, std::string customer,
-                 std::string user);
+                 std::string user, std::shared_ptr<TServerProbe> probe);
+  ~TModuleSession() override;
+  TModuleSession(const TModuleSession&) = delete;
+  TModuleSession& operator=(const TModuleSession&) = delete;
   nlohmann::json Call(const std::string& method, const nlohmann::json& params,
                       TZoCallback* callback) override;
   std::string Customer() const override { return customer_; }
   std::string User() const override { return user_; }
 
  private:
+  // Tells the probe whether the module's database is attached now (a call may have switched
+  // databases or closed the connection).
+  void UpdateAttachment();
+
   std::unique_ptr<TZoCustomServerModule> module_;
   std::string customer_;
   std::string user_;
+  std::shared_ptr<TServerProbe> probe_;
+  bool attached_ = false;
 };
 
 // Turns a "connect" into a module: checks the untrusted identifiers (so that no customer id
@@ -30,13 +40,15 @@ class TModuleSession : public rpc::IRpcSession {
 // and the password, then asks the server class for the module.
 class TModuleSessionFactory : public rpc::IRpcSessionFactory {
  public:
-  TModuleSessionFactory(TModuleClass moduleClass, std::unique_ptr<IAuthenticator> authenticator);
+  TModuleSessionFactory(TModuleClass moduleClass, std::unique_ptr<IAuthenticator> authenticator,
+                        std::shared_ptr<TServerProbe> probe);
   std::unique_ptr<rpc::IRpcSession> Connect(const nlohmann::json& params,
                                             const rpc::ClientInfo& client) override;
 
  private:
   TZoServerClass serverClass_;
   std::unique_ptr<IAuthenticator> authenticator_;
+  std::shared_ptr<TServerProbe> probe_;
 };
 
 }  // namespace zo::app

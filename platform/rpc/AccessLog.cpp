@@ -49,7 +49,7 @@ std::string FormatAccessLine(const CallRecord& record) {
   return fmt::format(
       "rpc {} {} customer={} user={} method={} {:.3f} ms {}", record.client.transport,
       record.client.peer, record.customer, record.user, record.method, ms,
-      record.ok ? std::string("ok") : "error: " + LogExcerpt(record.error, kMaxErrorChars));
+      record.code == 0 ? std::string("ok") : "error: " + LogExcerpt(record.error, kMaxErrorChars));
 }
 
 }  // namespace zo::rpc

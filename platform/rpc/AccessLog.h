@@ -29,8 +29,8 @@ struct CallRecord {
   std::string customer{};
   std::string user{};
   std::chrono::steady_clock::duration duration{};
-  bool ok = true;
-  std::string error{};  // the error message when !ok
+  int code = 0;          // 0: success; else the JSON-RPC error code
+  std::string error{};   // the error message when code != 0
 };
 
 // One line, e.g. `rpc ws 127.0.0.1:40112 customer=ACME user=ana method=Save 3.201 ms ok`.

@@ -60,9 +60,11 @@ void ClientSession::Touch() { lastActivity_ = Clock::now().time_since_epoch().co
 void ClientSession::Run(const Request& request, const Reply& reply) {
   const auto start = Clock::now();
   const auto refuse = [&](int code, const std::string& message) {
+    CallRecord record{info_, request.method};
+    record.code = code;
+    record.error = message;
+    Finish(record, start, code == codes::kAlreadyConnected);
     if (!request.notification) reply(ErrorResponse(request.id, code, message));
-    server_.log.Write(LogLevel::kInfo, FormatAccessLine({info_, request.method, "", "",
-                                                         Clock::now() - start, false, message}));
   };
   if (closed_) return refuse(codes::kNotConnected, "Session closed");
   if (server_.stopping) return refuse(codes::kShuttingDown, "The server is shutting down");
@@ -78,11 +80,8 @@ void ClientSession::Run(const Request& request, const Reply& reply) {
 
 void ClientSession::RunConnect(const Request& request, const Reply& reply) {
   const auto start = Clock::now();
-  CallRecord record{info_,
-                    request.method,
-                    StringParam(request.params, "customer"),
-                    StringParam(request.params, "user"),
-                    {}};
+  CallRecord record{info_, request.method, StringParam(request.params, "customer"),
+                    StringParam(request.params, "user")};
   std::string response;
   try {
     session_ = server_.factory->Connect(request.params, info_);
@@ -93,13 +92,12 @@ void ClientSession::RunConnect(const Request& request, const Reply& reply) {
     response = ResultResponse(request.id, connectResult_);
   } catch (...) {
     const ErrorInfo error = DescribeCurrentException();
-    record.ok = false;
+    record.code = error.code;
     record.error = error.message;
     response = ErrorResponse(request.id, error.code, error.message, error.data);
   }
+  Finish(record, start, true);
   if (!request.notification) reply(std::move(response));
-  record.duration = Clock::now() - start;
-  server_.log.Write(LogLevel::kInfo, FormatAccessLine(record));
 }
 
 void ClientSession::RunCall(const Request& request, const Reply& reply) {
@@ -108,22 +106,31 @@ void ClientSession::RunCall(const Request& request, const Reply& reply) {
   if (WantsCallback(request.params)) {
     callback = channel_ ? channel_->MakeCallback() : MakeDroppingCallback();
   }
-  CallRecord record{info_, request.method, "", "", {}};
+  CallRecord record{info_, request.method};
   std::string response;
   try {
     response =
         ResultResponse(request.id, session_->Call(request.method, request.params, callback.get()));
   } catch (...) {
     const ErrorInfo error = DescribeCurrentException();
-    record.ok = false;
+    record.code = error.code;
     record.error = error.message;
     response = ErrorResponse(request.id, error.code, error.message, error.data);
   }
-  if (!request.notification) reply(std::move(response));
-  record.duration = Clock::now() - start;
   record.customer = session_->Customer();
   record.user = session_->User();
-  server_.log.Write(LogLevel::kInfo, FormatAccessLine(record));
+  Finish(record, start, true);
+  if (!request.notification) reply(std::move(response));
+}
+
+// Before the reply: a client that has its answer finds the call counted and logged.
+void ClientSession::Finish(CallRecord& record, Clock::time_point start, bool sessionSawMethod) {
+  record.duration = Clock::now() - start;
+  server_.metrics.CountCall(record.method, record.code, record.duration, sessionSawMethod);
+  // Formatted only when it is written.
+  if (server_.log.Enabled(LogLevel::kInfo)) {
+    server_.log.Write(LogLevel::kInfo, FormatAccessLine(record));
+  }
 }
 
 void ClientSession::DestroySession(const std::string& reason) {

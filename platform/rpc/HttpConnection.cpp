@@ -9,6 +9,7 @@
 
 #include "platform/rpc/HttpRpc.h"
 #include "platform/rpc/JsonRpc.h"
+#include "platform/rpc/OpsRoutes.h"
 #include <zo/platform/rpc/RpcError.h>
 #include "platform/rpc/ServerContext.h"
 #include "platform/rpc/WsConnection.h"
@@ -69,10 +70,13 @@ void HttpConnection::Read() {
   stream_.expires_after(kIdleTimeout);
   http::async_read(
       stream_, buffer_, *parser_,
-      [self = shared_from_this()](const error_code& error, std::size_t) { self->OnRead(error); });
+      [self = shared_from_this()](const error_code& error, std::size_t bytes) {
+        self->OnRead(error, bytes);
+      });
 }
 
-void HttpConnection::OnRead(const error_code& error) {
+void HttpConnection::OnRead(const error_code& error, std::size_t bytes) {
+  server_.metrics.BytesIn(bytes);
   if (!error) return Route();
   if (error == http::error::body_limit) return RefuseOversized();
   if (error == http::error::end_of_stream) {  // the client is done with the connection
@@ -94,7 +98,7 @@ void HttpConnection::Route() {
     if (path == "/zo") return Upgrade();
     return Respond(http::status::not_found, "Not found\n", true);
   }
-  if (path != "/zo/rpc") return Respond(http::status::not_found, "Not found\n");
+  if (path != "/zo/rpc") return ServeOps(path);
   if (request.method() != http::verb::post) {
     return Respond(http::status::method_not_allowed, "Use POST\n");
   }
@@ -104,6 +108,18 @@ void HttpConnection::Route() {
 void HttpConnection::Upgrade() {
   stream_.expires_never();  // the WebSocket keeps its own time
   std::make_shared<WsConnection>(std::move(stream_), server_, client_)->Run(parser_->release());
+}
+
+void HttpConnection::ServeOps(std::string_view path) {
+  const auto respond = [self = shared_from_this()](OpsResponse response) {
+    net::post(self->stream_.get_executor(), [self, response = std::move(response)]() mutable {
+      self->Respond(response.status, std::move(response.body), false,
+                    std::move(response.contentType));
+    });
+  };
+  if (!ServeOpsRoute(server_, path, parser_->get().method(), respond)) {
+    Respond(http::status::not_found, "Not found\n");
+  }
 }
 
 void HttpConnection::ServeRpc() {
@@ -120,20 +136,27 @@ void HttpConnection::ServeRpc() {
                 });
 }
 
-void HttpConnection::Respond(http::status status, std::string body, bool close) {
+void HttpConnection::Respond(http::status status, std::string body, bool close,
+                             std::string contentType) {
   const Request& request = parser_->get();
   const unsigned version = request.version() == 10 ? 10 : 11;  // 0 when the request was garbage
   auto response = std::make_shared<http::response<http::string_body>>(status, version);
   response->set(http::field::server, "ZoServer");
-  const bool json = !body.empty() && body.front() == '{';
-  response->set(http::field::content_type, json ? "application/json" : "text/plain");
-  if (status == http::status::method_not_allowed) response->set(http::field::allow, "POST");
+  if (contentType.empty()) {
+    contentType = !body.empty() && body.front() == '{' ? "application/json" : "text/plain";
+  }
+  response->set(http::field::content_type, contentType);
+  if (status == http::status::method_not_allowed) {
+    response->set(http::field::allow, PathOf(request.target()) == "/zo/rpc" ? "POST" : "GET");
+  }
   response->keep_alive(!close && request.keep_alive());
   response->body() = std::move(body);
   response->prepare_payload();
   stream_.expires_after(kIdleTimeout);
   http::async_write(stream_, *response,
-                    [self = shared_from_this(), response](const error_code& error, std::size_t) {
+                    [self = shared_from_this(), response](const error_code& error,
+                                                          std::size_t bytes) {
+                      self->server_.metrics.BytesOut(bytes);
                       self->OnWritten(response->need_eof(), error);
                     });
 }

@@ -30,11 +30,14 @@ class HttpConnection : public IConnection, public std::enable_shared_from_this<H
   using Request = boost::beast::http::request<boost::beast::http::string_body>;
 
   void Read();
-  void OnRead(const boost::system::error_code& error);
+  void OnRead(const boost::system::error_code& error, std::size_t bytes);
   void Route();
   void Upgrade();
   void ServeRpc();
-  void Respond(boost::beast::http::status status, std::string body, bool close = false);
+  void ServeOps(std::string_view path);
+  // An empty `contentType` means JSON for a body that starts with '{', else plain text.
+  void Respond(boost::beast::http::status status, std::string body, bool close = false,
+               std::string contentType = {});
   void OnWritten(bool close, const boost::system::error_code& error);
   void RefuseOversized();
   void DrainAndClose();

@@ -6,6 +6,7 @@
 #include "platform/rpc/AccessLog.h"
 #include "platform/rpc/ConnectionRegistry.h"
 #include "platform/rpc/HttpSessionStore.h"
+#include "platform/rpc/ServerMetrics.h"
 #include <zo/platform/rpc/RpcServer.h>
 #include "platform/rpc/WorkerPool.h"
 
@@ -25,6 +26,7 @@ struct ServerContext {
   std::shared_ptr<WorkerPool> pool;
   ConnectionRegistry connections;
   HttpSessionStore httpSessions;
+  ServerMetrics metrics;
   std::atomic<bool> stopping{false};  // new calls are refused
 };
 

@@ -27,6 +27,7 @@ WsConnection::~WsConnection() {
   if (channel_) channel_->Close();
   if (client_) client_->Close("server stopped");
   server_.connections.Remove(this);
+  if (counted_) server_.metrics.WsClosed();
 }
 
 void WsConnection::Run(beast::http::request<beast::http::string_body> upgrade) {
@@ -37,7 +38,8 @@ void WsConnection::Run(beast::http::request<beast::http::string_body> upgrade) {
     if (self) self->Send(std::move(message));
     return self != nullptr;
   };
-  channel_ = std::make_shared<CallbackChannel>(send, server_.options.callbackTimeout);
+  channel_ = std::make_shared<CallbackChannel>(send, server_.options.callbackTimeout,
+                                               &server_.metrics);
   client_ = std::make_shared<ClientSession>(server_, info_, channel_, nlohmann::json::object());
 
   // No idle timeout: a desktop client may sit between calls for hours, and answers pings only
@@ -54,6 +56,8 @@ void WsConnection::Run(beast::http::request<beast::http::string_body> upgrade) {
 void WsConnection::OnAccept(const error_code& error) {
   if (error) return End("handshake failed: " + error.message());
   open_ = true;
+  counted_ = true;
+  server_.metrics.WsOpened();
   server_.log.Write(LogLevel::kDebug, "rpc ws " + info_.peer + " connected");
   Read();
 }
@@ -80,7 +84,10 @@ void WsConnection::Read() {
   const std::size_t room = server_.options.maxMessageSize + 1 - buffer_.size();
   ws_.async_read_some(
       buffer_, room,
-      [self = shared_from_this()](const error_code& error, std::size_t) { self->OnRead(error); });
+      [self = shared_from_this()](const error_code& error, std::size_t bytes) {
+        self->server_.metrics.BytesIn(bytes);
+        self->OnRead(error);
+      });
 }
 
 void WsConnection::OnRead(const error_code& error) {
@@ -129,7 +136,8 @@ void WsConnection::Write(std::string message) {
 void WsConnection::WriteNext() {
   ws_.text(true);
   ws_.async_write(net::buffer(writes_.front()),
-                  [self = shared_from_this()](const error_code& error, std::size_t) {
+                  [self = shared_from_this()](const error_code& error, std::size_t bytes) {
+                    self->server_.metrics.BytesOut(bytes);
                     self->OnWritten(error);
                   });
 }

@@ -58,6 +58,7 @@ class WsConnection : public IConnection, public std::enable_shared_from_this<WsC
   bool open_ = false;     // handshake done, socket usable, close not started
   bool closing_ = false;  // the closing handshake has started
   bool ended_ = false;    // callbacks failed and session closed
+  bool counted_ = false;  // counted among the open WebSocket connections
 };
 
 }  // namespace zo::rpc

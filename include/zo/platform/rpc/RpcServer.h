@@ -14,6 +14,23 @@ namespace zo::rpc {
 enum class LogLevel { kOff, kError, kInfo, kDebug };
 using LogSink = std::function<void(const std::string& line)>;
 
+// Whether the application can serve, for GET /health.
+struct Readiness {
+  bool ready = false;
+  std::string detail;  // for the operator: names nothing beyond customer identifiers
+};
+
+// What the application adds to GET /health and GET /metrics.
+class IServerProbe {
+ public:
+  virtual ~IServerProbe() = default;
+  // Appends the application's own metric families in Prometheus text format. Called on a
+  // network thread: must be quick and touch no database.
+  virtual void AppendMetrics(std::string& out) const = 0;
+  // Called on a worker thread; may open a database.
+  virtual Readiness CheckReadiness() = 0;
+};
+
 struct RpcServerOptions {
   std::string address = "127.0.0.1";
   std::uint16_t port = 0;  // 0: the system picks a free port; Port() tells which
@@ -25,6 +42,7 @@ struct RpcServerOptions {
   std::chrono::milliseconds stopTimeout = std::chrono::seconds(30);     // Stop's wait for calls
   LogLevel logLevel = LogLevel::kInfo;
   LogSink logSink;  // empty: one line at a time to stderr
+  std::shared_ptr<IServerProbe> probe;  // empty: /health answers for the transport alone
 };
 
 // The remote-method server: one TCP port serving WebSocket clients at "/zo" and HTTP clients
