@@ -10,6 +10,8 @@ packages=(
   nlohmann-json3-dev libfmt-dev
   libboost-dev libboost-system-dev
   libssl-dev
+  libspdlog-dev libcli11-dev
+  systemd
 )
 
 missing=()

@@ -16,6 +16,7 @@
 #include <boost/asio/signal_set.hpp>
 
 #include "apps/zo-server/ModuleSession.h"
+#include "apps/zo-server/ServerLog.h"
 #include <zo/core/DebugOutput.h>
 #include <zo/core/Exceptions.h>
 #include <zo/core/Text.h>
@@ -35,6 +36,8 @@ struct Options {
   int callbackTimeoutSeconds = 300;
   std::size_t maxMessageBytes = 16 * 1024 * 1024;
   rpc::LogLevel logLevel = rpc::LogLevel::kInfo;
+  rpc::LogFormat logFormat = rpc::LogFormat::kText;
+  int slowMs = 0;
 };
 
 void PrintHelp(const std::string& program, const TServerApplication& app) {
@@ -52,7 +55,9 @@ void PrintHelp(const std::string& program, const TServerApplication& app) {
                "  --callback-timeout S  a client that does not answer a progress message in\n"
                "                        S seconds cancels its call (default 300)\n"
                "  --max-message BYTES   largest accepted message (default 16 MiB)\n"
-               "  --log-level LEVEL     off, error, info or debug (default info)\n"
+               "  --log-level LEVEL     off, error, warning, info or debug (default info)\n"
+               "  --log-format FORMAT   text or json, one object a line (default text)\n"
+               "  --slow-ms N           log calls slower than N ms with their statements\n"
                "  --help                this text\n";
 }
 
@@ -67,6 +72,7 @@ int ParseInt(const std::string& option, const std::string& value, int min, int m
 rpc::LogLevel ParseLevel(const std::string& value) {
   if (value == "off") return rpc::LogLevel::kOff;
   if (value == "error") return rpc::LogLevel::kError;
+  if (value == "warning") return rpc::LogLevel::kWarning;
   if (value == "info") return rpc::LogLevel::kInfo;
   if (value == "debug") return rpc::LogLevel::kDebug;
   throw Exception("Valor inválido para --log-level: \"" + value + "\" (off, error, info, debug)");
@@ -96,6 +102,10 @@ std::optional<Options> Parse(int argc, char** argv) {
       o.maxMessageBytes = static_cast<std::size_t>(ParseInt(arg, value, 1024, 1 << 30));
     } else if (arg == "--log-level") {
       o.logLevel = ParseLevel(value);
+    } else if (arg == "--log-format" && (value == "text" || value == "json")) {
+      o.logFormat = value == "json" ? rpc::LogFormat::kJson : rpc::LogFormat::kText;
+    } else if (arg == "--slow-ms") {
+      o.slowMs = ParseInt(arg, value, 0, 24 * 3600 * 1000);
     } else {
       throw Exception("Opção desconhecida: " + arg);
     }
@@ -107,24 +117,6 @@ std::string ExecutableDir() {
   std::error_code ec;
   const auto self = fs::read_symlink("/proc/self/exe", ec);
   return ec ? fs::current_path().string() : self.parent_path().string();
-}
-
-std::string Timestamp() {
-  const auto now = std::chrono::system_clock::now();
-  const std::time_t t = std::chrono::system_clock::to_time_t(now);
-  std::tm local{};
-  localtime_r(&t, &local);
-  char buf[32];
-  std::strftime(buf, sizeof buf, "%Y-%m-%d %H:%M:%S", &local);
-  return buf;
-}
-
-rpc::LogSink MakeLogSink() {
-  auto mutex = std::make_shared<std::mutex>();
-  return [mutex](const std::string& line) {
-    std::lock_guard lock(*mutex);
-    std::cerr << Timestamp() << " " << line << std::endl;
-  };
 }
 
 void EnterRoot(const Options& options) {
@@ -182,15 +174,19 @@ int RunAppServer(int argc, char** argv, const TServerApplication& app) {
     const DatabaseEngineShutdown engineShutdown;
     EnterRoot(*options);
     if (app.registerClasses) app.registerClasses();
-    const rpc::LogSink log = MakeLogSink();
+    const rpc::LogSink log = MakeServerLog(options->logFormat);
     if (options->logLevel == rpc::LogLevel::kDebug) {
-      SetDebugOutput([log](const std::string& text) { log("debug: " + text); });
+      const bool json = options->logFormat == rpc::LogFormat::kJson;
+      SetDebugOutput([log, json](const std::string& text) {
+        log(json ? JsonLogMembers("debug", text) : "debug: " + text);
+      });
     }
     auto authenticator = app.makeAuthenticator ? app.makeAuthenticator()
                                                : std::make_unique<TUserTableAuthenticator>();
     const auto probe = std::make_shared<TServerProbe>();
     auto factory = std::make_shared<TModuleSessionFactory>(app.moduleClass,
                                                            std::move(authenticator), probe);
+    factory->KeepStatementTexts(options->slowMs > 0);
 
     rpc::RpcServerOptions rpcOptions;
     rpcOptions.address = options->bind;
@@ -200,6 +196,8 @@ int RunAppServer(int argc, char** argv, const TServerApplication& app) {
     rpcOptions.callbackTimeout = std::chrono::seconds(options->callbackTimeoutSeconds);
     rpcOptions.maxMessageSize = options->maxMessageBytes;
     rpcOptions.logLevel = options->logLevel;
+    rpcOptions.logFormat = options->logFormat;
+    rpcOptions.slowCall = std::chrono::milliseconds(options->slowMs);
     rpcOptions.logSink = log;
     rpcOptions.probe = probe;
     // Caught from before the announcement on: whoever reads "listening" and at once sends

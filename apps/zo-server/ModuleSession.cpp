@@ -1,6 +1,7 @@
 #include "apps/zo-server/ModuleSession.h"
 
 #include <filesystem>
+#include <utility>
 
 #include <nlohmann/json.hpp>
 
@@ -10,6 +11,9 @@
 
 namespace zo::app {
 namespace {
+
+// A slow call's trace shows its first statements; a call may run thousands.
+constexpr std::size_t kMaxStatementTexts = 50;
 
 std::string TextParam(const nlohmann::json& params, const char* name) {
   if (!params.is_object() || !params.contains(name)) {
@@ -26,11 +30,13 @@ std::string TextParam(const nlohmann::json& params, const char* name) {
 }  // namespace
 
 TModuleSession::TModuleSession(std::unique_ptr<TZoCustomServerModule> module, std::string customer,
-                               std::string user, std::shared_ptr<TServerProbe> probe)
+                               std::string user, std::shared_ptr<TServerProbe> probe,
+                               bool keepStatementTexts)
     : module_(std::move(module)),
       customer_(std::move(customer)),
       user_(std::move(user)),
-      probe_(std::move(probe)) {
+      probe_(std::move(probe)),
+      keepStatementTexts_(keepStatementTexts) {
   probe_->Adjust(customer_, 1, 0);
   UpdateAttachment();
 }
@@ -47,12 +53,29 @@ void TModuleSession::UpdateAttachment() {
   attached_ = attached;
 }
 
+rpc::StatementTrace TModuleSession::TakeStatementTrace() { return std::exchange(trace_, {}); }
+
 nlohmann::json TModuleSession::Call(const std::string& method, const nlohmann::json& params,
                                     TZoCallback* callback) {
-  struct AttachmentUpdate {
+  // Counts the statements of this call on the connection it starts with; afterwards the
+  // connection is left untraced and the gauges are brought up to date.
+  struct CallScope {
     TModuleSession& session;
-    ~AttachmentUpdate() { session.UpdateAttachment(); }
-  } const update{*this};
+    TSQLConnection* connection;
+    ~CallScope() {
+      if (connection != nullptr) connection->SetTrace(nullptr);
+      session.UpdateAttachment();
+    }
+  } const scope{*this, module_->SQLConnection()};
+  trace_ = {0, {}};
+  if (scope.connection != nullptr) {
+    scope.connection->SetTrace([this](const std::string& sql) {
+      ++trace_.count;
+      if (keepStatementTexts_ && trace_.texts.size() < kMaxStatementTexts) {
+        trace_.texts.push_back(sql);
+      }
+    });
+  }
   try {
     return module_->CallMethod(method, params, callback);
   } catch (const EMethodNotFound& e) {
@@ -91,7 +114,8 @@ std::unique_ptr<rpc::IRpcSession> TModuleSessionFactory::Connect(const nlohmann:
   event.connectionData["peer"] = client.peer;
   event.serverClassInstance = module.get();
   serverClass_.CreateInstance(event);
-  return std::make_unique<TModuleSession>(std::move(module), customer, user, probe_);
+  return std::make_unique<TModuleSession>(std::move(module), customer, user, probe_,
+                                          keepStatementTexts_);
 }
 
 }  // namespace zo::app

@@ -14,7 +14,7 @@ namespace zo::app {
 class TModuleSession : public rpc::IRpcSession {
  public:
   TModuleSession(std::unique_ptr<TZoCustomServerModule> module, std::string customer,
-                 std::string user, std::shared_ptr<TServerProbe> probe);
+                 std::string user, std::shared_ptr<TServerProbe> probe, bool keepStatementTexts);
   ~TModuleSession() override;
   TModuleSession(const TModuleSession&) = delete;
   TModuleSession& operator=(const TModuleSession&) = delete;
@@ -22,6 +22,7 @@ class TModuleSession : public rpc::IRpcSession {
                       TZoCallback* callback) override;
   std::string Customer() const override { return customer_; }
   std::string User() const override { return user_; }
+  rpc::StatementTrace TakeStatementTrace() override;
 
  private:
   // Tells the probe whether the module's database is attached now (a call may have switched
@@ -33,6 +34,8 @@ class TModuleSession : public rpc::IRpcSession {
   std::string user_;
   std::shared_ptr<TServerProbe> probe_;
   bool attached_ = false;
+  const bool keepStatementTexts_;
+  rpc::StatementTrace trace_;
 };
 
 // Turns a "connect" into a module: checks the untrusted identifiers (so that no customer id
@@ -44,11 +47,14 @@ class TModuleSessionFactory : public rpc::IRpcSessionFactory {
                         std::shared_ptr<TServerProbe> probe);
   std::unique_ptr<rpc::IRpcSession> Connect(const nlohmann::json& params,
                                             const rpc::ClientInfo& client) override;
+  // Sessions keep the texts of their calls' first statements, for the slow-call log.
+  void KeepStatementTexts(bool keep) { keepStatementTexts_ = keep; }
 
  private:
   TZoServerClass serverClass_;
   std::unique_ptr<IAuthenticator> authenticator_;
   std::shared_ptr<TServerProbe> probe_;
+  bool keepStatementTexts_ = false;
 };
 
 }  // namespace zo::app

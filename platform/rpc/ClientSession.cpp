@@ -119,6 +119,7 @@ void ClientSession::RunCall(const Request& request, const Reply& reply) {
   }
   record.customer = session_->Customer();
   record.user = session_->User();
+  record.statements = session_->TakeStatementTrace();
   Finish(record, start, true);
   if (!request.notification) reply(std::move(response));
 }
@@ -127,10 +128,7 @@ void ClientSession::RunCall(const Request& request, const Reply& reply) {
 void ClientSession::Finish(CallRecord& record, Clock::time_point start, bool sessionSawMethod) {
   record.duration = Clock::now() - start;
   server_.metrics.CountCall(record.method, record.code, record.duration, sessionSawMethod);
-  // Formatted only when it is written.
-  if (server_.log.Enabled(LogLevel::kInfo)) {
-    server_.log.Write(LogLevel::kInfo, FormatAccessLine(record));
-  }
+  server_.log.WriteCall(record, server_.options.slowCall);
 }
 
 void ClientSession::DestroySession(const std::string& reason) {

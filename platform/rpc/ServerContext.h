@@ -17,7 +17,7 @@ struct ServerContext {
   ServerContext(std::shared_ptr<IRpcSessionFactory> sessionFactory, RpcServerOptions serverOptions)
       : factory(std::move(sessionFactory)),
         options(std::move(serverOptions)),
-        log(options.logLevel, options.logSink),
+        log(options.logLevel, options.logFormat, options.logSink),
         pool(std::make_shared<WorkerPool>(options.workers)) {}
 
   std::shared_ptr<IRpcSessionFactory> factory;

@@ -11,7 +11,11 @@
 
 namespace zo::rpc {
 
-enum class LogLevel { kOff, kError, kInfo, kDebug };
+enum class LogLevel { kOff, kError, kWarning, kInfo, kDebug };
+// kJson: every line is the members of one JSON object without its braces, starting with
+// "level"; the sink wraps them, adding its own time (zo-server's does). The default sink adds
+// the braces alone.
+enum class LogFormat { kText, kJson };
 using LogSink = std::function<void(const std::string& line)>;
 
 // Whether the application can serve, for GET /health.
@@ -41,6 +45,9 @@ struct RpcServerOptions {
   std::chrono::milliseconds callbackTimeout = std::chrono::minutes(5);  // 0: no limit
   std::chrono::milliseconds stopTimeout = std::chrono::seconds(30);     // Stop's wait for calls
   LogLevel logLevel = LogLevel::kInfo;
+  LogFormat logFormat = LogFormat::kText;
+  // Calls that take at least this long are logged at kWarning with their statements; 0: off.
+  std::chrono::milliseconds slowCall{0};
   LogSink logSink;  // empty: one line at a time to stderr
   std::shared_ptr<IServerProbe> probe;  // empty: /health answers for the transport alone
 };
