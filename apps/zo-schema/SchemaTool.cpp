@@ -5,6 +5,7 @@
 
 #include "apps/zo-schema/ToolContext.h"
 #include <zo/core/Text.h>
+#include <zo/version.h>
 
 namespace zo::schematool {
 namespace {
@@ -45,6 +46,10 @@ int RunCommand(const TCommand& command, const std::vector<std::string>& args,
 int RunSchemaTool(int argc, char** argv, const SchemaToolApp& app) {
   const std::vector<std::string> args(argv + std::min(argc, 1), argv + argc);
   const TToolContext context{app, std::cout, std::cerr};
+  if (!args.empty() && args[0] == "--version") {
+    std::cout << app.programName << " " << ZO_VERSION_STRING << "\n";
+    return kExitOk;
+  }
   if (args.empty() || args[0] == "--help" || args[0] == "-h" || args[0] == "help") {
     PrintGeneralHelp(args.empty() ? std::cerr : std::cout, app);
     return args.empty() ? kExitUsage : kExitOk;

@@ -16,6 +16,7 @@
 #include <boost/asio/signal_set.hpp>
 
 #include "apps/zo-server/ModuleSession.h"
+#include "apps/zo-server/ServerOptions.h"
 #include "apps/zo-server/ServerLog.h"
 #include <zo/core/DebugOutput.h>
 #include <zo/core/Exceptions.h>
@@ -27,106 +28,20 @@ namespace zo::app {
 namespace {
 namespace fs = std::filesystem;
 
-struct Options {
-  std::string bind = "127.0.0.1";
-  int port = 7070;
-  std::string root;
-  int idleTimeoutSeconds = 1800;
-  int workers = 8;
-  int callbackTimeoutSeconds = 300;
-  std::size_t maxMessageBytes = 16 * 1024 * 1024;
-  rpc::LogLevel logLevel = rpc::LogLevel::kInfo;
-  rpc::LogFormat logFormat = rpc::LogFormat::kText;
-  int slowMs = 0;
-};
-
-void PrintHelp(const std::string& program, const TServerApplication& app) {
-  std::cout << "Usage: " << program << " [options]\n"
-            << "Serves the application \"" << app.name
-            << "\" to remote clients over WebSocket (ws://HOST:PORT/zo)\n"
-               "and HTTP (POST http://HOST:PORT/zo/rpc), JSON-RPC 2.0.\n\n"
-               "Options:\n"
-               "  --port N              TCP port (default 7070; 0 picks a free one)\n"
-               "  --bind ADDRESS        address to listen on (default 127.0.0.1)\n"
-               "  --root DIR            application root holding conn.conf and CustomersDB/\n"
-               "                        (default: the directory of the executable)\n"
-               "  --idle-timeout SECS   HTTP sessions expire after this idle time (default 1800)\n"
-               "  --workers N           threads running calls (default 8)\n"
-               "  --callback-timeout S  a client that does not answer a progress message in\n"
-               "                        S seconds cancels its call (default 300)\n"
-               "  --max-message BYTES   largest accepted message (default 16 MiB)\n"
-               "  --log-level LEVEL     off, error, warning, info or debug (default info)\n"
-               "  --log-format FORMAT   text or json, one object a line (default text)\n"
-               "  --slow-ms N           log calls slower than N ms with their statements\n"
-               "  --help                this text\n";
-}
-
-int ParseInt(const std::string& option, const std::string& value, int min, int max) {
-  const int n = text::StrToIntDef(value, min - 1);
-  if (n < min || n > max) {
-    throw Exception("Valor inválido para " + option + ": \"" + value + "\"");
-  }
-  return n;
-}
-
-rpc::LogLevel ParseLevel(const std::string& value) {
-  if (value == "off") return rpc::LogLevel::kOff;
-  if (value == "error") return rpc::LogLevel::kError;
-  if (value == "warning") return rpc::LogLevel::kWarning;
-  if (value == "info") return rpc::LogLevel::kInfo;
-  if (value == "debug") return rpc::LogLevel::kDebug;
-  throw Exception("Valor inválido para --log-level: \"" + value + "\" (off, error, info, debug)");
-}
-
-// Returns nullopt when --help was asked for.
-std::optional<Options> Parse(int argc, char** argv) {
-  Options o;
-  for (int i = 1; i < argc; ++i) {
-    const std::string arg = argv[i];
-    if (arg == "--help" || arg == "-h") return std::nullopt;
-    if (i + 1 >= argc) throw Exception("Opção desconhecida ou sem valor: " + arg);
-    const std::string value = argv[++i];
-    if (arg == "--port") {
-      o.port = ParseInt(arg, value, 0, 65535);
-    } else if (arg == "--bind") {
-      o.bind = value;
-    } else if (arg == "--root") {
-      o.root = value;
-    } else if (arg == "--idle-timeout") {
-      o.idleTimeoutSeconds = ParseInt(arg, value, 1, 7 * 24 * 3600);
-    } else if (arg == "--workers") {
-      o.workers = ParseInt(arg, value, 1, 256);
-    } else if (arg == "--callback-timeout") {
-      o.callbackTimeoutSeconds = ParseInt(arg, value, 1, 24 * 3600);
-    } else if (arg == "--max-message") {
-      o.maxMessageBytes = static_cast<std::size_t>(ParseInt(arg, value, 1024, 1 << 30));
-    } else if (arg == "--log-level") {
-      o.logLevel = ParseLevel(value);
-    } else if (arg == "--log-format" && (value == "text" || value == "json")) {
-      o.logFormat = value == "json" ? rpc::LogFormat::kJson : rpc::LogFormat::kText;
-    } else if (arg == "--slow-ms") {
-      o.slowMs = ParseInt(arg, value, 0, 24 * 3600 * 1000);
-    } else {
-      throw Exception("Opção desconhecida: " + arg);
-    }
-  }
-  return o;
-}
-
 std::string ExecutableDir() {
   std::error_code ec;
   const auto self = fs::read_symlink("/proc/self/exe", ec);
   return ec ? fs::current_path().string() : self.parent_path().string();
 }
 
-void EnterRoot(const Options& options) {
+void EnterRoot(const ServerOptions& options) {
   const fs::path root = fs::absolute(options.root.empty() ? ExecutableDir() : options.root);
-  if (!fs::is_directory(root)) throw Exception("Diretório raiz inexistente: " + root.string());
+  if (!fs::is_directory(root)) throw Exception("The application root does not exist: " + root.string());
   fs::current_path(root);
   SetApplicationRoot(root.string());
   if (!fs::exists("conn.conf")) {
-    throw Exception("Falta o arquivo conn.conf no diretório raiz " + root.string() +
-                    " (crie os clientes com zo-schema customer add)");
+    throw Exception("No conn.conf in the application root " + root.string() +
+                    " (provision customers with zo-schema customer add)");
   }
 }
 
@@ -140,7 +55,7 @@ class DatabaseEngineShutdown {
   DatabaseEngineShutdown() {
     ISC_STATUS_ARRAY status{};
     if (fb_shutdown_callback(status, RefuseSignal, fb_shut_confirmation, nullptr) != 0) {
-      throw Exception("Não foi possível controlar o encerramento do Firebird");
+      throw Exception("Cannot take over the shutdown of the Firebird client library");
     }
   }
   ~DatabaseEngineShutdown() { fb_shutdown(kTimeoutMs, kReasonServerStopped); }
@@ -158,17 +73,9 @@ class DatabaseEngineShutdown {
 }  // namespace
 
 int RunAppServer(int argc, char** argv, const TServerApplication& app) {
-  std::optional<Options> options;
-  try {
-    options = Parse(argc, argv);
-  } catch (const std::exception& e) {
-    std::cerr << e.what() << "\n(" << argv[0] << " --help lists the options)\n";
-    return 1;
-  }
-  if (!options) {
-    PrintHelp(argv[0], app);
-    return 0;
-  }
+  int exitCode = 0;
+  const std::optional<ServerOptions> options = ParseServerOptions(argc, argv, app.name, exitCode);
+  if (!options) return exitCode;
   try {
     // Declared before the server: shuts the engine down after every module has gone.
     const DatabaseEngineShutdown engineShutdown;
@@ -216,7 +123,8 @@ int RunAppServer(int argc, char** argv, const TServerApplication& app) {
     std::cout << "stopped" << std::endl;
     return 0;
   } catch (const std::exception& e) {
-    std::cerr << "zo-server: " << e.what() << std::endl;
+    std::cerr << fs::path(argc > 0 ? argv[0] : "zo-server").filename().string() << ": "
+              << e.what() << std::endl;
     return 2;
   }
 }

@@ -1,0 +1,31 @@
+#pragma once
+
+#include <cstddef>
+#include <optional>
+#include <string>
+
+#include <zo/platform/rpc/RpcServer.h>
+
+namespace zo::app {
+
+struct ServerOptions {
+  std::string bind = "127.0.0.1";
+  int port = 7070;
+  std::string root;
+  int idleTimeoutSeconds = 1800;
+  int workers = 8;
+  int callbackTimeoutSeconds = 300;
+  std::size_t maxMessageBytes = 16 * 1024 * 1024;
+  rpc::LogLevel logLevel = rpc::LogLevel::kInfo;
+  rpc::LogFormat logFormat = rpc::LogFormat::kText;
+  int slowMs = 0;
+};
+
+// Reads the options from the command line, the environment and a --config file. nullopt
+// with `exitCode` set when the program is to end now (help, version: 0; bad options: 1, the
+// message already written on stderr).
+std::optional<ServerOptions> ParseServerOptions(int argc, char** argv,
+                                                const std::string& applicationName,
+                                                int& exitCode);
+
+}  // namespace zo::app
