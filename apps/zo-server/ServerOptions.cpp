@@ -41,11 +41,14 @@ void AddOptions(CLI::App& cli, ServerOptions& o) {
   cli.add_option("--max-message", o.maxMessageBytes, "largest accepted message, in bytes")
       ->capture_default_str()
       ->check(CLI::Range(std::size_t{1024}, std::size_t{1} << 30));
-  cli.add_option("--log-level", o.logLevel, "off, error, warning, info or debug (default info)")
-      ->transform(CLI::CheckedTransformer(kLevels))
+  // Kept as names here and turned into levels after parsing: the help lists the names only.
+  cli.add_option("--log-level", o.logLevelName, "how much to log")
+      ->capture_default_str()
+      ->check(CLI::IsMember({"off", "error", "warning", "info", "debug"}))
       ->type_name("LEVEL");
-  cli.add_option("--log-format", o.logFormat, "text, or json: one object a line (default text)")
-      ->transform(CLI::CheckedTransformer(kFormats))
+  cli.add_option("--log-format", o.logFormatName, "json: one object a line")
+      ->capture_default_str()
+      ->check(CLI::IsMember({"text", "json"}))
       ->type_name("FORMAT");
   cli.add_option("--slow-ms", o.slowMs,
                  "log calls that take at least this many milliseconds with their statements "
@@ -78,6 +81,8 @@ std::optional<ServerOptions> ParseServerOptions(int argc, char** argv,
     exitCode = *exit;
     return std::nullopt;
   }
+  options.logLevel = kLevels.at(options.logLevelName);
+  options.logFormat = kFormats.at(options.logFormatName);
   return options;
 }
 

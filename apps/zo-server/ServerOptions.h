@@ -16,8 +16,10 @@ struct ServerOptions {
   int workers = 8;
   int callbackTimeoutSeconds = 300;
   std::size_t maxMessageBytes = 16 * 1024 * 1024;
-  rpc::LogLevel logLevel = rpc::LogLevel::kInfo;
-  rpc::LogFormat logFormat = rpc::LogFormat::kText;
+  std::string logLevelName = "info";
+  std::string logFormatName = "text";
+  rpc::LogLevel logLevel = rpc::LogLevel::kInfo;  // from logLevelName
+  rpc::LogFormat logFormat = rpc::LogFormat::kText;  // from logFormatName
   int slowMs = 0;
 };
 
