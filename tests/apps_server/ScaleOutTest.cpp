@@ -200,7 +200,9 @@ TEST(ScaleOut, TwoServersOnOneFirebirdServerLoseNoAcknowledgedWrite) {
     int present = 0;
     for (const int id : Group(group)) present += static_cast<int>(cities.count(id));
     EXPECT_TRUE(present == 0 || present == kGroupSize) << "group " << group << ": " << present;
-    if (acked.deletedGroups.count(group) > 0) EXPECT_EQ(present, 0) << "group " << group;
+    if (acked.deletedGroups.count(group) > 0) {
+      EXPECT_EQ(present, 0) << "group " << group;
+    }
   }
   EXPECT_EQ(cities.count(100001 + kThreads / 2 * kRounds * kGroupSize), 1u)
       << "a city no client deleted is gone";
