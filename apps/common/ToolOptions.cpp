@@ -71,6 +71,11 @@ void ApplyConfigFile(CLI::App& app, const std::string& path) {
   }
 }
 
+void ApplyConfigOption(CLI::App& app) {
+  const CLI::Option* config = app.get_option(kConfigOption);
+  if (config->count() > 0) ApplyConfigFile(app, config->as<std::string>());
+}
+
 }  // namespace
 
 std::string ProgramName(const char* argv0) {
@@ -114,8 +119,12 @@ void AddEnvironment(CLI::App& app, const std::string& prefix) {
 
 void Parse(CLI::App& app, int argc, const char* const* argv) {
   app.parse(argc, argv);
-  const CLI::Option* config = app.get_option(kConfigOption);
-  if (config->count() > 0) ApplyConfigFile(app, config->as<std::string>());
+  ApplyConfigOption(app);
+}
+
+void Parse(CLI::App& app, std::vector<std::string> reversedArgs) {
+  app.parse(reversedArgs);
+  ApplyConfigOption(app);
 }
 
 std::optional<int> ParseOrExit(CLI::App& app, int argc, const char* const* argv,

@@ -3,6 +3,7 @@
 #include <optional>
 #include <ostream>
 #include <string>
+#include <vector>
 
 #include <CLI/CLI.hpp>
 
@@ -28,6 +29,8 @@ void AddEnvironment(CLI::App& app, const std::string& prefix);
 // Parses the command line and the environment, then the configuration file, if --config
 // named one. Throws CLI::Error (help, version and usage errors alike).
 void Parse(CLI::App& app, int argc, const char* const* argv);
+// The same for arguments in reverse order, as CLI11 takes them in a vector.
+void Parse(CLI::App& app, std::vector<std::string> reversedArgs);
 
 // Parses; nullopt when the program is to go on, else its exit code: 0 after printing help
 // or the version on `out`, `usageExit` after printing "PROGRAM: message" on `err`.

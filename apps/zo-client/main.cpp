@@ -59,12 +59,17 @@ struct ClientOptions {
   std::string customer;
   std::string user;
   std::string password;
+  bool tls = false;
+  std::string caFile;
 };
 
 void AddOptions(CLI::App& cli, ClientOptions& o) {
   cli.add_option("--host", o.host, "server address")->capture_default_str();
   cli.add_option("--port", o.port, "server port")->capture_default_str()->check(
       CLI::Range(1, 65535));
+  cli.add_flag("--tls", o.tls, "connect over TLS (wss://); the server's certificate must name HOST");
+  cli.add_option("--ca", o.caFile, "trusted certificates (PEM) for --tls (default: the system's)")
+      ->type_name("FILE");
   cli.add_option("--customer", o.customer, "customer identifier")->envname("ZO_CUSTOMER");
   cli.add_option("--user", o.user, "login")->envname("ZO_USER");
   cli.add_option("--password", o.password, "password")->envname("ZO_PASSWORD");
@@ -215,14 +220,17 @@ int main(int argc, char** argv) {
     return *exit;
   }
   const std::vector<std::string> command = cli.remaining();
-  const auto& [host, port, customer, user, password] = options;
+  const auto& [host, port, customer, user, password, tls, caFile] = options;
+  zo::rpc::RpcClientOptions clientOptions;
+  clientOptions.tls = tls || !caFile.empty();
+  clientOptions.caFile = caFile;
   try {
     if (command.empty()) throw UsageError("no command given");
     const auto [method, params] = Request(command);
 
     std::signal(SIGINT, OnInterrupt);
     zo::client::ProgressBar progress(std::cerr);
-    zo::rpc::RpcClient client;
+    zo::rpc::RpcClient client(clientOptions);
     client.SetCallbackHandler([&](const json& command) -> json {
       progress.Show(command);
       return gInterrupts > 0;  // true asks the server to cancel

@@ -10,17 +10,20 @@
 #include <iostream>
 #include <mutex>
 #include <optional>
+#include <utility>
 #include <string>
 
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/signal_set.hpp>
 
 #include "apps/zo-server/ModuleSession.h"
+#include "apps/zo-server/RootLock.h"
 #include "apps/zo-server/ServerOptions.h"
 #include "apps/zo-server/ServerLog.h"
 #include <zo/core/DebugOutput.h>
 #include <zo/core/Exceptions.h>
 #include <zo/core/Text.h>
+#include <zo/platform/db/ConnectionParams.h>
 #include <zo/platform/rpc/RpcServer.h>
 #include <zo/server/CustomServerModule.h>
 
@@ -34,7 +37,7 @@ std::string ExecutableDir() {
   return ec ? fs::current_path().string() : self.parent_path().string();
 }
 
-void EnterRoot(const ServerOptions& options) {
+fs::path EnterRoot(const ServerOptions& options) {
   const fs::path root = fs::absolute(options.root.empty() ? ExecutableDir() : options.root);
   if (!fs::is_directory(root)) throw Exception("The application root does not exist: " + root.string());
   fs::current_path(root);
@@ -43,6 +46,17 @@ void EnterRoot(const ServerOptions& options) {
     throw Exception("No conn.conf in the application root " + root.string() +
                     " (provision customers with zo-schema customer add)");
   }
+  return root;
+}
+
+// Two servers on one root would fight over embedded database files, so the root is locked;
+// when the root's conn.conf names a Firebird server, the databases are shared through it and
+// several processes may serve the same root (see docs/operations.md).
+std::optional<RootLock> LockEmbeddedRoot(const fs::path& root) {
+  TConnectionParams params;
+  params.LoadFromFile(root / "conn.conf");
+  if (!text::Trim(params.Values("Server")).empty()) return std::nullopt;
+  return std::optional<RootLock>(std::in_place, root);
 }
 
 // The database client library reacts to SIGINT and SIGTERM on its own: it shuts the engine
@@ -79,7 +93,7 @@ int RunAppServer(int argc, char** argv, const TServerApplication& app) {
   try {
     // Declared before the server: shuts the engine down after every module has gone.
     const DatabaseEngineShutdown engineShutdown;
-    EnterRoot(*options);
+    const auto rootLock = LockEmbeddedRoot(EnterRoot(*options));
     if (app.registerClasses) app.registerClasses();
     const rpc::LogSink log = MakeServerLog(options->logFormat);
     if (options->logLevel == rpc::LogLevel::kDebug) {
@@ -107,6 +121,12 @@ int RunAppServer(int argc, char** argv, const TServerApplication& app) {
     rpcOptions.slowCall = std::chrono::milliseconds(options->slowMs);
     rpcOptions.logSink = log;
     rpcOptions.probe = probe;
+    rpcOptions.maxCallbackCalls = static_cast<unsigned>(options->maxCallbackCalls);
+    rpcOptions.maxQueuedCalls = static_cast<unsigned>(options->maxQueuedCalls);
+    rpcOptions.pingTimeout = std::chrono::seconds(options->pingTimeoutSeconds);
+    rpcOptions.allowedOrigins = options->allowedOrigins;
+    rpcOptions.tlsCertificateFile = options->tlsCert;
+    rpcOptions.tlsKeyFile = options->tlsKey;
     // Caught from before the announcement on: whoever reads "listening" and at once sends
     // SIGTERM must get a graceful stop, not the signal's default death.
     boost::asio::io_context signalIo;
@@ -114,8 +134,10 @@ int RunAppServer(int argc, char** argv, const TServerApplication& app) {
     signals.async_wait([](const boost::system::error_code&, int) {});
     rpc::RpcServer server(factory, rpcOptions);
     server.Start();
-    std::cout << app.name << " listening on ws://" << options->bind << ":" << server.Port()
-              << "/zo and http://" << options->bind << ":" << server.Port() << "/zo/rpc\n"
+    const std::string secure = options->tlsCert.empty() ? "" : "s";
+    std::cout << app.name << " listening on ws" << secure << "://" << options->bind << ":"
+              << server.Port() << "/zo and http" << secure << "://" << options->bind << ":"
+              << server.Port() << "/zo/rpc\n"
               << "application root: " << ApplicationRoot() << "\n"
               << "Ctrl-C stops the server." << std::endl;
     signalIo.run();  // returns once the signal's handler has run

@@ -55,6 +55,29 @@ void AddOptions(CLI::App& cli, ServerOptions& o) {
                  "(0: off)")
       ->capture_default_str()
       ->check(CLI::Range(0, 24 * 3600 * 1000));
+  cli.add_option("--max-callback-calls", o.maxCallbackCalls,
+                 "calls talking to their clients at once, over all clients "
+                 "(default workers - workers/4)")
+      ->check(CLI::Range(1, 256));
+  cli.add_option("--max-queued-calls", o.maxQueuedCalls, "calls one client may have waiting")
+      ->capture_default_str()
+      ->check(CLI::Range(1, 100000));
+  cli.add_option("--ping-timeout", o.pingTimeoutSeconds,
+                 "close WebSocket clients silent this many seconds, pinging them half-way "
+                 "(0: never)")
+      ->capture_default_str()
+      ->check(CLI::Range(0, 24 * 3600));
+  cli.add_option("--allow-origin", o.allowedOrigins,
+                 "comma-separated Origin values accepted from browsers (default: any)")
+      ->delimiter(',')
+      ->type_name("LIST");
+  auto* cert = cli.add_option("--tls-cert", o.tlsCert,
+                              "PEM certificate chain: serve wss:// and https:// only")
+                   ->type_name("FILE");
+  auto* key = cli.add_option("--tls-key", o.tlsKey, "PEM private key of --tls-cert")
+                  ->type_name("FILE");
+  cert->needs(key);
+  key->needs(cert);
 }
 
 }  // namespace

@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include <zo/platform/rpc/RpcServer.h>
 
@@ -14,13 +15,20 @@ struct ServerOptions {
   std::string root;
   int idleTimeoutSeconds = 1800;
   int workers = 8;
-  int callbackTimeoutSeconds = 300;
+  int callbackTimeoutSeconds = 30;
   std::size_t maxMessageBytes = 16 * 1024 * 1024;
   std::string logLevelName = "info";
   std::string logFormatName = "text";
   rpc::LogLevel logLevel = rpc::LogLevel::kInfo;  // from logLevelName
   rpc::LogFormat logFormat = rpc::LogFormat::kText;  // from logFormatName
   int slowMs = 0;
+  // Protections against hostile clients (see docs/security.md).
+  int maxCallbackCalls = 0;  // 0: workers - workers / 4
+  int maxQueuedCalls = 32;
+  int pingTimeoutSeconds = 120;  // 0: no pings
+  std::vector<std::string> allowedOrigins;
+  std::string tlsCert;
+  std::string tlsKey;
 };
 
 // Reads the options from the command line, the environment and a --config file. nullopt

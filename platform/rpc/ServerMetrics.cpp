@@ -19,6 +19,7 @@ const char* ServerMetrics::OutcomeOf(int code) {
     case codes::kNotConnected: return "no_session";
     case codes::kAlreadyConnected: return "already_connected";
     case codes::kShuttingDown: return "shutting_down";
+    case codes::kBusy: return "busy";
     default: return "error";
   }
 }

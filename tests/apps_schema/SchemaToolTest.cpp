@@ -22,7 +22,7 @@ TEST(SchemaTool, CommandLineHelpAndExitCodes) {
   const auto run = [&](std::vector<std::string> args) { return RunSchema(args, dir.Path()); };
   const auto none = run({});
   EXPECT_EQ(none.exitCode, 1);
-  EXPECT_TRUE(Contains(none.err, "Comandos:"));
+  EXPECT_TRUE(Contains(none.err, "Commands:"));
 
   const auto help = run({"--help"});
   EXPECT_EQ(help.exitCode, 0);
@@ -39,13 +39,13 @@ TEST(SchemaTool, CommandLineHelpAndExitCodes) {
     EXPECT_TRUE(Contains(r.err, message)) << r.err;
     EXPECT_TRUE(r.out.empty());
   };
-  usage({"frobnicate"}, "comando desconhecido: frobnicate");
-  usage({"create"}, "falta a opção --db");
-  usage({"create", "--db"}, "falta o valor da opção --db");
-  usage({"create", "--db", "x.fdb", "--force"}, "opção desconhecida: --force");
+  usage({"frobnicate"}, "unknown command: frobnicate");
+  usage({"create"}, "missing option --db");
+  usage({"create", "--db"}, "--db: 1 required TEXT missing");
+  usage({"create", "--db", "x.fdb", "--force"}, "not expected: --force");
   usage({"create", "--db=x.fdb", "--db=y.fdb"}, "opção repetida: --db");
-  usage({"apply", "--db", "x.fdb"}, "falta o argumento SCRIPT");
-  usage({"script", "extra"}, "argumento a mais: extra");
+  usage({"apply", "--db", "x.fdb"}, "missing argument SCRIPT");
+  usage({"script", "extra"}, "unexpected argument: extra");
   usage({"customer", "remove", "X"}, "subcomando desconhecido");
 
   const auto missing = run({"diff", "--db", "missing.fdb"});
