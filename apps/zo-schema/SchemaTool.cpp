@@ -12,7 +12,8 @@ namespace zo::schematool {
 namespace {
 
 std::vector<TCommand> AllCommands() {
-  return {ScriptCommand(), CreateCommand(), CustomerCommand(), DiffCommand(), ApplyCommand()};
+  return {ScriptCommand(), CreateCommand(), CustomerCommand(),
+          DiffCommand(),   ApplyCommand(),  UserCommand()};
 }
 
 std::string EnvironmentVariable(const std::string& program, const std::string& option) {

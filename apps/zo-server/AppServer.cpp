@@ -26,6 +26,7 @@
 #include <zo/platform/db/ConnectionParams.h>
 #include <zo/platform/rpc/RpcServer.h>
 #include <zo/server/CustomServerModule.h>
+#include <zo/server/Refusals.h>
 
 namespace zo::app {
 namespace {
@@ -35,6 +36,19 @@ std::string ExecutableDir() {
   std::error_code ec;
   const auto self = fs::read_symlink("/proc/self/exe", ec);
   return ec ? fs::current_path().string() : self.parent_path().string();
+}
+
+// Every refusal (condition, authorization, database name, login) as one warning line, and
+// counted for /metrics.
+void ObserveRefusals(const rpc::LogSink& log, bool logThem,
+                     const std::shared_ptr<TServerProbe>& probe) {
+  AddRefusalObserver([log, logThem, probe](const TRefusal& refusal) {
+    if (refusal.kind == TRefusalKind::rkCondition) probe->CountRefusedCondition();
+    if (refusal.kind == TRefusalKind::rkAuthorization) probe->CountRefusedAuthorization();
+    if (!logThem) return;
+    log("warning: refused " + RefusalKindName(refusal.kind) + " " + refusal.customer + "/" +
+        refusal.user + " " + refusal.method + ": " + refusal.detail);
+  });
 }
 
 fs::path EnterRoot(const ServerOptions& options) {
@@ -96,17 +110,16 @@ int RunAppServer(int argc, char** argv, const TServerApplication& app) {
     const auto rootLock = LockEmbeddedRoot(EnterRoot(*options));
     if (app.registerClasses) app.registerClasses();
     const rpc::LogSink log = MakeServerLog(options->logFormat);
+    const rpc::LogSink appLog = MakeApplicationLog(log, options->logFormat);
     if (options->logLevel == rpc::LogLevel::kDebug) {
-      const bool json = options->logFormat == rpc::LogFormat::kJson;
-      SetDebugOutput([log, json](const std::string& text) {
-        log(json ? JsonLogMembers("debug", text) : "debug: " + text);
-      });
+      SetDebugOutput([appLog](const std::string& text) { appLog("debug: " + text); });
     }
     auto authenticator = app.makeAuthenticator ? app.makeAuthenticator()
                                                : std::make_unique<TUserTableAuthenticator>();
     const auto probe = std::make_shared<TServerProbe>();
-    auto factory = std::make_shared<TModuleSessionFactory>(app.moduleClass,
-                                                           std::move(authenticator), probe);
+    ObserveRefusals(appLog, options->logLevel != rpc::LogLevel::kOff, probe);
+    auto factory = std::make_shared<TModuleSessionFactory>(
+        app.moduleClass, std::move(authenticator), probe, appLog);
     factory->KeepStatementTexts(options->slowMs > 0);
 
     rpc::RpcServerOptions rpcOptions;

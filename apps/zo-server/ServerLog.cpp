@@ -21,11 +21,23 @@ rpc::LogSink MakeServerLog(const rpc::LogFormat format) {
   return [logger](const std::string& line) { logger->info(std::string_view(line)); };
 }
 
-std::string JsonLogMembers(const char* level, const std::string& message) {
-  const std::string object =
-      nlohmann::json{{"level", level}, {"msg", message}}.dump(
-          -1, ' ', false, nlohmann::json::error_handler_t::replace);
-  return object.substr(1, object.size() - 2);
+rpc::LogSink MakeApplicationLog(rpc::LogSink serverLog, const rpc::LogFormat format) {
+  if (format == rpc::LogFormat::kText) return serverLog;
+  return [serverLog = std::move(serverLog)](const std::string& line) {
+    std::string level = "info";
+    std::string message = line;
+    for (const char* prefix : {"error", "warning", "debug"}) {
+      const std::string marker = std::string(prefix) + ": ";
+      if (line.starts_with(marker)) {
+        level = prefix;
+        message = line.substr(marker.size());
+        break;
+      }
+    }
+    const std::string object = nlohmann::json{{"level", level}, {"msg", message}}.dump(
+        -1, ' ', false, nlohmann::json::error_handler_t::replace);
+    serverLog(object.substr(1, object.size() - 2));
+  };
 }
 
 }  // namespace zo::app

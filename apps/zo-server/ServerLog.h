@@ -1,5 +1,7 @@
 #pragma once
 
+#include <string>
+
 #include <zo/platform/rpc/RpcServer.h>
 
 namespace zo::app {
@@ -8,7 +10,8 @@ namespace zo::app {
 // one JSON object a line with "time" first (the transport supplies the other members).
 rpc::LogSink MakeServerLog(rpc::LogFormat format);
 
-// Wraps a plain message as the members the transport writes in JSON format.
-std::string JsonLogMembers(const char* level, const std::string& message);
+// The log of the application's own lines ("warning: ...", "error: ...", "debug: ..."): as
+// they are in text format, as {"level": ..., "msg": ...} in JSON.
+rpc::LogSink MakeApplicationLog(rpc::LogSink serverLog, rpc::LogFormat format);
 
 }  // namespace zo::app

@@ -18,6 +18,9 @@ inline constexpr int kDefaultPasswordIterations = 120000;
 std::string HashPassword(const std::string& password, int iterations = kDefaultPasswordIterations);
 // Constant-time check of a password against a stored hash; false for a malformed hash.
 bool VerifyPassword(const std::string& password, const std::string& storedHash);
+// The work of one password check at the default cost, against a hash no password matches:
+// for an unknown customer or login, so that every refusal takes as long as a wrong password.
+void SpendPasswordCheck(const std::string& password);
 
 // Adds the hash column to USUARIOS when it is missing (an existing database made by the
 // creation script has no such column yet).
