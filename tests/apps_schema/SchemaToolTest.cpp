@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <fstream>
 
 #include "tests/apps_schema/ToolRunner.h"
 #include "tests/script/ScriptTestSupport.h"
@@ -43,7 +44,7 @@ TEST(SchemaTool, CommandLineHelpAndExitCodes) {
   usage({"create"}, "missing option --db");
   usage({"create", "--db"}, "--db: 1 required TEXT missing");
   usage({"create", "--db", "x.fdb", "--force"}, "not expected: --force");
-  usage({"create", "--db=x.fdb", "--db=y.fdb"}, "opção repetida: --db");
+  usage({"create", "--db=x.fdb", "--db=y.fdb"}, "--db: At Most 1 required but received 2");
   usage({"apply", "--db", "x.fdb"}, "missing argument SCRIPT");
   usage({"script", "extra"}, "unexpected argument: extra");
   usage({"customer", "remove", "X"}, "subcomando desconhecido");
@@ -52,6 +53,15 @@ TEST(SchemaTool, CommandLineHelpAndExitCodes) {
   EXPECT_EQ(missing.exitCode, 2);
   EXPECT_TRUE(Contains(missing.err, "banco de dados não encontrado: missing.fdb"));
   EXPECT_EQ(run({"apply", "--db", "missing.fdb", "x.sql"}).exitCode, 2);
+  // The same option from a configuration file, and a key no option of the command has.
+  const TempDir configs;
+  std::ofstream(configs.Path() / "good.conf") << "# diff\ndb = missing.fdb\n";
+  std::ofstream(configs.Path() / "bad.conf") << "db = missing.fdb\nroot = /srv\n";
+  const auto fromFile = run({"diff", "--config", (configs.Path() / "good.conf").string()});
+  EXPECT_EQ(fromFile.exitCode, 2);
+  EXPECT_TRUE(Contains(fromFile.err, "missing.fdb")) << fromFile.err;
+  usage({"diff", "--config", (configs.Path() / "bad.conf").string()},
+        "bad.conf line 2: unknown key \"root\"");
   EXPECT_TRUE(fs::is_empty(dir.Path()));
 }
 
