@@ -51,6 +51,13 @@ void ObserveRefusals(const rpc::LogSink& log, bool logThem,
   });
 }
 
+std::string ConsoleDir(const ServerOptions& options) {
+  if (!options.consoleDir.empty()) return options.consoleDir;
+  const fs::path beside = fs::path(ExecutableDir()) / "console";
+  std::error_code ec;
+  return fs::is_directory(beside, ec) ? beside.string() : std::string();
+}
+
 fs::path EnterRoot(const ServerOptions& options) {
   const fs::path root = fs::absolute(options.root.empty() ? ExecutableDir() : options.root);
   if (!fs::is_directory(root)) throw Exception("The application root does not exist: " + root.string());
@@ -134,6 +141,7 @@ int RunAppServer(int argc, char** argv, const TServerApplication& app) {
     rpcOptions.slowCall = std::chrono::milliseconds(options->slowMs);
     rpcOptions.logSink = log;
     rpcOptions.probe = probe;
+    rpcOptions.staticDir = ConsoleDir(*options);
     rpcOptions.maxCallbackCalls = static_cast<unsigned>(options->maxCallbackCalls);
     rpcOptions.maxQueuedCalls = static_cast<unsigned>(options->maxQueuedCalls);
     rpcOptions.pingTimeout = std::chrono::seconds(options->pingTimeoutSeconds);
@@ -152,6 +160,10 @@ int RunAppServer(int argc, char** argv, const TServerApplication& app) {
               << server.Port() << "/zo and http" << secure << "://" << options->bind << ":"
               << server.Port() << "/zo/rpc\n"
               << "application root: " << ApplicationRoot() << "\n"
+              << (rpcOptions.staticDir.empty()
+                      ? std::string()
+                      : "console: http" + secure + "://" + options->bind + ":" +
+                            std::to_string(server.Port()) + rpcOptions.staticPath + "\n")
               << "Ctrl-C stops the server." << std::endl;
     signalIo.run();  // returns once the signal's handler has run
     server.Stop();

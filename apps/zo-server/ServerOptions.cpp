@@ -1,5 +1,6 @@
 #include "apps/zo-server/ServerOptions.h"
 
+#include <filesystem>
 #include <iostream>
 #include <map>
 
@@ -8,6 +9,8 @@
 namespace zo::app {
 
 namespace {
+
+namespace fs = std::filesystem;
 
 const std::map<std::string, rpc::LogLevel> kLevels{{"off", rpc::LogLevel::kOff},
                                                    {"error", rpc::LogLevel::kError},
@@ -78,6 +81,11 @@ void AddOptions(CLI::App& cli, ServerOptions& o) {
                   ->type_name("FILE");
   cert->needs(key);
   key->needs(cert);
+  cli.add_option("--console-dir", o.consoleDir,
+                 "the browser console's files, served at /console/ "
+                 "(default: console/ beside the executable)")
+      ->check(CLI::ExistingDirectory)
+      ->type_name("DIR");
 }
 
 }  // namespace
@@ -104,6 +112,8 @@ std::optional<ServerOptions> ParseServerOptions(int argc, char** argv,
     exitCode = *exit;
     return std::nullopt;
   }
+  // Before the server changes to the application root.
+  if (!options.consoleDir.empty()) options.consoleDir = fs::absolute(options.consoleDir).string();
   options.logLevel = kLevels.at(options.logLevelName);
   options.logFormat = kFormats.at(options.logFormatName);
   return options;

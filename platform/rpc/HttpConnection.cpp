@@ -13,6 +13,7 @@
 #include "platform/rpc/OpsRoutes.h"
 #include <zo/platform/rpc/RpcError.h>
 #include "platform/rpc/ServerContext.h"
+#include "platform/rpc/StaticFiles.h"
 #include "platform/rpc/WsConnection.h"
 
 namespace zo::rpc {
@@ -158,6 +159,7 @@ void HttpConnection<Stream>::Route() {
     if (path == "/zo") return Upgrade();
     return Respond(http::status::not_found, "Not found\n", true);
   }
+  if (ServeStaticFile()) return;
   if (path != "/zo/rpc") return ServeOps(path);
   if (request.method() != http::verb::post) {
     return Respond(http::status::method_not_allowed, "Use POST\n");
@@ -223,6 +225,41 @@ void HttpConnection<Stream>::Respond(http::status status, std::string body, bool
     self->server_.metrics.BytesOut(bytes);
     self->OnWritten(response->need_eof(), error);
   });
+}
+
+// Answers a request under the static path; false when the request is not one.
+template <class Stream>
+bool HttpConnection<Stream>::ServeStaticFile() {
+  const auto& options = server_.options;
+  if (options.staticDir.empty()) return false;
+  const Request& request = parser_->get();
+  const auto method = request.method_string();
+  const auto target = request.target();
+  auto reply = ServeStatic(options.staticDir, options.staticPath,
+                           std::string_view(method.data(), method.size()),
+                           std::string_view(target.data(), target.size()));
+  if (!reply) return false;
+  auto response = std::make_shared<http::response<http::string_body>>(
+      static_cast<http::status>(reply->status), request.version() == 10 ? 10 : 11);
+  response->set(http::field::server, "ZoServer");
+  response->set(http::field::content_type, reply->contentType);
+  response->set(http::field::cache_control, "no-cache");
+  response->set("X-Content-Type-Options", "nosniff");
+  response->set("Content-Security-Policy",
+                "default-src 'self'; img-src 'self' data:; "
+                "object-src 'none'; base-uri 'none'; frame-ancestors 'none'");
+  if (!reply->location.empty()) response->set(http::field::location, reply->location);
+  if (reply->status == 405) response->set(http::field::allow, "GET");
+  response->keep_alive(request.keep_alive());
+  response->body() = std::move(reply->body);
+  response->prepare_payload();
+  beast::get_lowest_layer(stream_).expires_after(kIdleTimeout);
+  http::async_write(stream_, *response, [self = this->shared_from_this(), response](
+                                            const error_code& error, std::size_t bytes) {
+    self->server_.metrics.BytesOut(bytes);
+    self->OnWritten(response->need_eof(), error);
+  });
+  return true;
 }
 
 template <class Stream>

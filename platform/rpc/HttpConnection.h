@@ -43,6 +43,7 @@ class HttpConnection : public IConnection,
   // An empty `contentType` means JSON for a body that starts with '{', else plain text.
   void Respond(boost::beast::http::status status, std::string body, bool close = false,
                std::string contentType = {});
+  bool ServeStaticFile();
   void OnWritten(bool close, const boost::system::error_code& error);
   void RefuseOversized();
   void DrainAndClose();

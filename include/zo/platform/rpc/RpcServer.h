@@ -71,6 +71,9 @@ struct RpcServerOptions {
   std::chrono::milliseconds slowCall{0};
   LogSink logSink;  // empty: one line at a time to stderr
   std::shared_ptr<IServerProbe> probe;  // empty: /health answers for the transport alone
+  // Static files served to browsers with GET under staticPath (e.g. the console); empty: none.
+  std::string staticDir;
+  std::string staticPath = "/console/";
 };
 
 // The remote-method server: one TCP port serving WebSocket clients at "/zo" and HTTP clients
