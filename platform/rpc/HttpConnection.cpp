@@ -150,6 +150,8 @@ void HttpConnection<Stream>::Route() {
   const Request& request = parser_->get();
   const std::string_view path = PathOf(request.target());
   const bool upgrade = beast::websocket::is_upgrade(request);
+  // The console's own files are public; what reaches the sessions is checked.
+  if (!upgrade && ServeStaticFile()) return;
   if (!OriginAllowed()) {
     server_.log.Write(LogLevel::kInfo, "rpc http " + client_.peer + " origin refused: " +
                                            std::string(request[http::field::origin]));
@@ -159,7 +161,6 @@ void HttpConnection<Stream>::Route() {
     if (path == "/zo") return Upgrade();
     return Respond(http::status::not_found, "Not found\n", true);
   }
-  if (ServeStaticFile()) return;
   if (path != "/zo/rpc") return ServeOps(path);
   if (request.method() != http::verb::post) {
     return Respond(http::status::method_not_allowed, "Use POST\n");

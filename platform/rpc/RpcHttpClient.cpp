@@ -64,7 +64,9 @@ class RpcHttpClient::Impl {
   json Call(const std::string& method, const json& params) {
     const Response response = Post(client_protocol::RequestText(++lastId_, method, params));
     if (response.status == static_cast<int>(http::status::no_content)) return nullptr;
-    const json message = json::parse(response.body, nullptr, /*allow_exceptions=*/false);
+    const json message = NestsDeeperThan(response.body, client_protocol::kMaxDepth)
+                             ? json()
+                             : json::parse(response.body, nullptr, /*allow_exceptions=*/false);
     if (!message.is_object()) {
       throw Exception("HTTP " + std::to_string(response.status) +
                       " from the server: " + response.body.substr(0, 200));

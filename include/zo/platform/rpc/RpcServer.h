@@ -41,7 +41,7 @@ struct RpcServerOptions {
   std::uint16_t port = 0;  // 0: the system picks a free port; Port() tells which
   unsigned workers = 8;    // threads running calls; a call waiting on a callback holds one
   // Threads running "connect" only, so that a login never waits behind running calls.
-  unsigned connectWorkers = 2;
+  unsigned connectWorkers = 4;
   unsigned ioThreads = 1;  // threads running the sockets
   std::chrono::milliseconds httpSessionIdle = std::chrono::minutes(30);
   std::size_t maxMessageSize = 16 * 1024 * 1024;  // bytes, per WebSocket message or HTTP body
