@@ -10,6 +10,8 @@ packages=(
   nlohmann-json3-dev libfmt-dev
   libboost-dev libboost-system-dev
   libssl-dev openssl
+  libspdlog-dev libcli11-dev
+  systemd
   chromium
 )
 # Node.js for the console and the TypeScript client. Debian's nodejs, unless a nodejs package
