@@ -48,7 +48,7 @@ int Run(const TCommandLine& args, const TToolContext& context) {
   args.ExpectPositional({"SCRIPT"});
   const std::string database = args.Required("db");
   if (IsLocalDatabase(database) && !fs::exists(database)) {
-    context.err << "erro: banco de dados não encontrado: " << database << "\n";
+    context.err << context.app.programName << ": error: database not found: " << database << "\n";
     return kExitFailure;
   }
   TSQLScriptRunner runner;
@@ -63,10 +63,11 @@ int Run(const TCommandLine& args, const TToolContext& context) {
     const auto existing =
         ExistingSequences(runner.IBDataBase().Connection().DBXConnection(), restarted);
     if (!existing.empty()) {
-      context.err << "erro: o script reinicia sequências que já existem no banco ("
+      context.err << context.app.programName
+                  << ": error: the script restarts sequences the database already has ("
                   << Join(existing)
-                  << "); os próximos identificadores repetiriam os já usados. É um script de "
-                     "criação? Use --allow-sequence-reset para rodá-lo assim mesmo.\n";
+                  << "); the next identifiers would repeat those already used. Is it a creation "
+                     "script? Use --allow-sequence-reset to run it anyway.\n";
       return kExitFailure;
     }
   }
@@ -76,11 +77,11 @@ int Run(const TCommandLine& args, const TToolContext& context) {
   runner.IBDataBase().Open();
   if (const auto repeated =
           FindRepeatedUniqueValue(runner.IBDataBase().Connection().DBXConnection(), statements)) {
-    context.err << "erro: a coluna " << repeated->column << " da tabela " << repeated->table
-                << " tem valores repetidos (por exemplo '" << repeated->value
-                << "'); a restrição única " << repeated->constraint
-                << " não pode ser criada. Corrija os dados e rode o script de novo; nada foi "
-                   "aplicado.\n";
+    context.err << context.app.programName << ": error: column " << repeated->column
+                << " of table " << repeated->table << " repeats values (for example '"
+                << repeated->value << "'); the unique constraint " << repeated->constraint
+                << " cannot be made. Correct the data and run the script again; nothing was "
+                   "applied.\n";
     return kExitFailure;
   }
 
@@ -102,14 +103,14 @@ int Run(const TCommandLine& args, const TToolContext& context) {
   try {
     script.ExecuteScript();
   } catch (const std::exception& e) {
-    context.err << "erro no comando " << currentIndex + 1 << "/" << statements.size() << " (linha "
-                << current.lineIndex + 1 << " do script): " << e.what() << "\n";
+    context.err << context.app.programName << ": error in statement " << currentIndex + 1 << "/"
+                << statements.size() << " (script line " << current.lineIndex + 1
+                << "): " << e.what() << "\n";
     return kExitFailure;
   }
-  context.err << "Script aplicado: " << statements.size() << " comandos";
+  context.err << "Script applied: " << statements.size() << " statements";
   if (tolerated > 0) {
-    context.err << ", " << tolerated << " erro(s) tolerado(s) registrado(s) em "
-                << kScriptErrorLogFile;
+    context.err << ", " << tolerated << " tolerated error(s) logged in " << kScriptErrorLogFile;
   }
   context.err << "\n";
   return kExitOk;
@@ -119,21 +120,23 @@ int Run(const TCommandLine& args, const TToolContext& context) {
 
 TCommand ApplyCommand() {
   return {"apply",
-          "roda um script SQL no banco de dados, comando a comando",
-          "Uso: {prog} apply --db ARQUIVO [--allow-sequence-reset] SCRIPT\n"
+          "runs an SQL script on the database, statement by statement",
+          "Usage: {prog} apply --db FILE [--allow-sequence-reset] SCRIPT\n"
           "\n"
-          "Roda o SCRIPT (\"-\" lê da entrada padrão) no banco de dados, comando a comando,\n"
-          "mostrando o progresso. Erros de objetos que já existem e de valores duplicados\n"
-          "(\"already exists\", \"attempt to store duplicate value\") são tolerados e\n"
-          "registrados em ScriptErrorLog.txt no diretório atual; qualquer outro erro para o\n"
-          "script. DDL é confirmado a cada comando; o resto, no fim do script ou no COMMIT.\n"
-          "Um script que cria uma restrição única numa coluna que já repete um valor não é\n"
-          "rodado: a mensagem diz a tabela, a coluna e um dos valores repetidos.\n"
+          "Runs SCRIPT (\"-\" reads standard input) on the database, statement by\n"
+          "statement, showing the progress. Errors for objects that already exist and for\n"
+          "duplicate values (\"already exists\", \"attempt to store duplicate value\") are\n"
+          "tolerated and logged in ScriptErrorLog.txt in the current directory; any other\n"
+          "error stops the script. DDL is committed after each statement; the rest at the\n"
+          "end of the script or at COMMIT.\n"
+          "A script that adds a unique constraint on a column that already repeats a value\n"
+          "is not run: the message names the table, the column and one repeated value.\n"
           "\n"
-          "  --db ARQUIVO             o banco de dados\n"
-          "  --allow-sequence-reset   roda mesmo um script que reinicia sequências que o banco\n"
-          "                           já tem (um script de criação num banco em uso): os\n"
-          "                           identificadores recomeçam e colidem com os existentes\n",
+          "  --db FILE                the database\n"
+          "  --allow-sequence-reset   runs even a script that restarts sequences the\n"
+          "                           database already has (a creation script on a database\n"
+          "                           in use): identifiers start over and collide with the\n"
+          "                           existing ones\n",
           {{"db", true}, {"allow-sequence-reset", false}},
           &Run};
 }

@@ -15,11 +15,12 @@ int Run(const TCommandLine& args, const TToolContext& context) {
   args.ExpectPositional({});
   const fs::path database = args.Required("db");
   if (!IsLocalDatabase(database.string())) {
-    throw EUsageError("--db deve ser um arquivo local: " + database.string());
+    throw EUsageError("--db must be a local file: " + database.string());
   }
   if (fs::exists(database) && !args.Has("replace")) {
-    context.err << "erro: " << database.string()
-                << " já existe; use --replace para substituí-lo (o banco atual será perdido)\n";
+    context.err << context.app.programName << ": error: " << database.string()
+                << " already exists; use --replace to replace it (the current database will be "
+                   "lost)\n";
     return kExitFailure;
   }
   // Built beside the target and renamed over it: a failure leaves the old file (or none)
@@ -30,7 +31,7 @@ int Run(const TCommandLine& args, const TToolContext& context) {
   BuildDatabase(context.app, staging.string());
   fs::rename(staging, database);
   cleanup.Keep();
-  context.err << "Banco de dados criado: " << database.string() << "\n";
+  context.err << "Database created: " << database.string() << "\n";
   return kExitOk;
 }
 
@@ -38,15 +39,15 @@ int Run(const TCommandLine& args, const TToolContext& context) {
 
 TCommand CreateCommand() {
   return {"create",
-          "cria um banco de dados novo com as tabelas das classes",
-          "Uso: {prog} create --db ARQUIVO [--replace]\n"
+          "creates a new database with the tables of the classes",
+          "Usage: {prog} create --db FILE [--replace]\n"
           "\n"
-          "Cria o banco de dados ARQUIVO (Firebird, embutido) com o script de criação das\n"
-          "classes da aplicação, os dados iniciais da aplicação e a coluna de senhas dos\n"
-          "usuários.\n"
+          "Creates the database FILE (Firebird, embedded) with the creation script of the\n"
+          "application's classes, the application's initial data and the users' password\n"
+          "column.\n"
           "\n"
-          "  --db ARQUIVO  o arquivo do banco de dados a criar\n"
-          "  --replace     substitui um arquivo que já exista (sem ela, o comando recusa)\n",
+          "  --db FILE     the database file to create\n"
+          "  --replace     replaces an existing file (without it, the command refuses)\n",
           {{"db", true}, {"replace", false}},
           &Run};
 }

@@ -60,27 +60,27 @@ void WriteCustomerConnConf(const fs::path& rootConf, const fs::path& target,
 
 std::optional<std::string> InvalidCustomerArgument(const TNewCustomer& customer) {
   if (!IsValidCustomerId(customer.id)) {
-    return "identificador de cliente inválido: \"" + customer.id +
-           "\" (use de 1 a 64 letras, dígitos, '_' ou '-')";
+    return "invalid customer identifier: \"" + customer.id +
+           "\" (use 1 to 64 letters, digits, '_' or '-')";
   }
   if (!IsValidLogin(customer.login)) {
-    return "login inválido: \"" + customer.login +
-           "\" (use de 1 a 60 letras, dígitos, '.', '_', '-' ou '@')";
+    return "invalid login: \"" + customer.login +
+           "\" (use 1 to 60 letters, digits, '.', '_', '-' or '@')";
   }
   return std::nullopt;
 }
 
 fs::path AddCustomer(const SchemaToolApp& app, const TNewCustomer& customer) {
   if (const auto problem = InvalidCustomerArgument(customer)) throw Exception(*problem);
-  if (customer.password.empty()) throw Exception("a senha não pode ser vazia");
+  if (customer.password.empty()) throw Exception("the password cannot be empty");
   if (!HasUsersTable(app)) {
-    throw Exception("as classes da aplicação não incluem a tabela de usuários (TUser)");
+    throw Exception("the application's classes do not include the users' table (TUser)");
   }
   const fs::path customers = customer.root / kCustomersDir;
   const fs::path target = customers / customer.id;
   if (fs::exists(target) && !customer.replace) {
-    throw Exception("o cliente " + customer.id + " já existe em " + target.string() +
-                    "; use --replace para recriá-lo (o banco de dados atual será perdido)");
+    throw Exception("customer " + customer.id + " already exists in " + target.string() +
+                    "; use --replace to recreate it (the current database will be lost)");
   }
 
   TCleanup cleanup;

@@ -10,8 +10,8 @@ namespace {
 int Run(const TCommandLine& args, const TToolContext& context) {
   if (args.Positional().empty() || args.Positional()[0] != "add") {
     throw EUsageError(args.Positional().empty()
-                          ? "falta o subcomando: customer add ID"
-                          : "subcomando desconhecido: customer " + args.Positional()[0]);
+                          ? "missing subcommand: customer add ID"
+                          : "unknown subcommand: customer " + args.Positional()[0]);
   }
   args.ExpectPositional({"add", "ID"});
   TNewCustomer customer;
@@ -22,10 +22,10 @@ int Run(const TCommandLine& args, const TToolContext& context) {
   customer.replace = args.Has("replace");
   // Checked here too so that a bad argument is a usage error; AddCustomer checks again.
   if (const auto problem = InvalidCustomerArgument(customer)) throw EUsageError(*problem);
-  customer.password = ReadPassword(args, "do primeiro usuário");
+  customer.password = ReadPassword(args, "for the first user");
   const auto directory = AddCustomer(context.app, customer);
-  context.err << "Cliente " << customer.id << " criado em " << directory.string()
-              << " (primeiro usuário: " << customer.login << ", administrador)\n";
+  context.err << "Customer " << customer.id << " created in " << directory.string()
+              << " (first user: " << customer.login << ", administrator)\n";
   return kExitOk;
 }
 
@@ -33,26 +33,28 @@ int Run(const TCommandLine& args, const TToolContext& context) {
 
 TCommand CustomerCommand() {
   return {"customer",
-          "cria um cliente: diretório, conn.conf, banco de dados e primeiro usuário",
-          "Uso: {prog} customer add ID --user LOGIN [--root DIR] [--name NOME]\n"
-          "         [--password-file ARQUIVO | --password-stdin | --password SENHA] [--replace]\n"
+          "creates a customer: directory, conn.conf, database and first user",
+          "Usage: {prog} customer add ID --user LOGIN [--root DIR] [--name NAME]\n"
+          "         [--password-file FILE | --password-stdin | --password PASS] [--replace]\n"
           "\n"
-          "Cria o cliente ID da aplicação em DIR/CustomersDB/ID: o conn.conf do cliente\n"
-          "(copiado de DIR/conn.conf, criado com valores padrão quando falta, com Database\n"
-          "apontando para CustomersDB/ID/ZO.FDB), o banco de dados ZO.FDB com as tabelas das\n"
-          "classes e o primeiro usuário, administrador, com a sua senha. Se algo falhar, nada\n"
-          "fica pela metade.\n"
+          "Creates the application's customer ID in DIR/CustomersDB/ID: its conn.conf\n"
+          "(copied from DIR/conn.conf, created with default values when missing, with\n"
+          "Database pointing to CustomersDB/ID/ZO.FDB), the database ZO.FDB with the tables\n"
+          "of the classes, and the first user, an administrator, with their password. If\n"
+          "anything fails, nothing is left half-made.\n"
           "\n"
-          "  --root DIR              diretório raiz da aplicação (padrão: o diretório atual)\n"
-          "  --user LOGIN            login do primeiro usuário\n"
-          "  --name NOME             nome do primeiro usuário (padrão: o login)\n"
-          "  --password-file ARQ     lê a senha da primeira linha do arquivo\n"
-          "  --password-stdin        lê a senha da primeira linha da entrada padrão\n"
-          "  --password SENHA        senha na linha de comando: fica visível para outros\n"
-          "                          usuários da máquina e no histórico do shell; evite\n"
-          "  --replace               recria um cliente que já exista (o banco atual é perdido)\n"
+          "  --root DIR              the application root (default: the current directory)\n"
+          "  --user LOGIN            the first user's login\n"
+          "  --name NAME             the first user's name (default: the login)\n"
+          "  --password-file FILE    reads the password from the file's first line\n"
+          "  --password-stdin        reads the password from standard input (first line)\n"
+          "  --password PASS         the password itself: visible to other users of\n"
+          "                          the machine and in the shell history; avoid it\n"
+          "  --replace               recreates a customer that already exists (the current\n"
+          "                          database is lost)\n"
           "\n"
-          "Sem nenhuma opção de senha, a senha vem da variável de ambiente ZO_SCHEMA_PASSWORD.\n",
+          "Without any password option, the password comes from the environment variable\n"
+          "ZO_SCHEMA_PASSWORD.\n",
           {{"root", true},
            {"user", true},
            {"name", true},

@@ -40,14 +40,14 @@ int Run(const TCommandLine& args, const TToolContext& context) {
   args.ExpectPositional({});
   const std::string database = args.Required("db");
   if (IsLocalDatabase(database) && !fs::exists(database)) {
-    context.err << "erro: banco de dados não encontrado: " << database << "\n";
+    context.err << context.app.programName << ": error: database not found: " << database << "\n";
     return kExitFailure;
   }
   const std::string script = MigrationScript(context.app, database);
   if (const auto output = args.Value("output")) {
     WriteTextFile(*output, script);
-    context.err << "Script de migração gravado em " << *output
-                << (script.empty() ? " (vazio: o banco já está de acordo com as classes)" : "")
+    context.err << "Migration script written to " << *output
+                << (script.empty() ? " (empty: the database already matches the classes)" : "")
                 << "\n";
   } else {
     context.out << script;
@@ -59,15 +59,15 @@ int Run(const TCommandLine& args, const TToolContext& context) {
 
 TCommand DiffCommand() {
   return {"diff",
-          "imprime o script de migração do banco de dados para as classes",
-          "Uso: {prog} diff --db ARQUIVO [--output ARQUIVO]\n"
+          "prints the script that migrates the database to the classes",
+          "Usage: {prog} diff --db FILE [--output FILE]\n"
           "\n"
-          "Compara o banco de dados com as classes da aplicação e imprime o script que o\n"
-          "põe de acordo com elas (tabelas novas, colunas novas ou alargadas, chaves).\n"
-          "Um script vazio quer dizer que não há nada a mudar. Rode-o com 'apply'.\n"
+          "Compares the database with the application's classes and prints the script that\n"
+          "brings it in line with them (new tables, new or widened columns, keys).\n"
+          "An empty script means there is nothing to change. Run it with 'apply'.\n"
           "\n"
-          "  --db ARQUIVO      o banco de dados\n"
-          "  --output ARQUIVO  grava o script no arquivo em vez da saída padrão\n",
+          "  --db FILE      the database\n"
+          "  --output FILE  writes the script to the file instead of standard output\n",
           {{"db", true}, {"output", true}},
           &Run};
 }

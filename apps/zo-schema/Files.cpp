@@ -30,7 +30,7 @@ std::string ReadTextFile(const std::string& path) {
     return std::string(std::istreambuf_iterator<char>(std::cin), {});
   }
   std::ifstream in(path, std::ios::binary);
-  if (!in) throw Exception("não foi possível ler " + path);
+  if (!in) throw Exception("cannot read " + path);
   std::ostringstream content;
   content << in.rdbuf();
   return content.str();
@@ -44,7 +44,7 @@ void WriteTextFile(const fs::path& path, const std::string& content) {
     std::ofstream out(staging, std::ios::binary);
     out << content;
     out.close();
-    if (!out) throw Exception("não foi possível gravar " + path.string());
+    if (!out) throw Exception("cannot write " + path.string());
   }
   fs::rename(staging, path);
   cleanup.Keep();

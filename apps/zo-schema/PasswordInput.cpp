@@ -19,7 +19,7 @@ std::string ReadPassword(const TCommandLine& args, const std::string& whose) {
   const int sources = args.Has("password-file") + args.Has("password-stdin") + args.Has("password");
   if (sources > 1) {
     throw EUsageError(
-        "informe a senha de um só modo (--password-file, --password-stdin ou "
+        "give the password one way only (--password-file, --password-stdin or "
         "--password)");
   }
   if (const auto file = args.Value("password-file")) return FirstLine(ReadTextFile(*file));
@@ -31,8 +31,8 @@ std::string ReadPassword(const TCommandLine& args, const std::string& whose) {
   if (const auto password = args.Value("password")) return *password;
   const char* env = std::getenv(kPasswordVariable);
   if (env != nullptr && *env != '\0') return env;
-  throw EUsageError("falta a senha " + whose +
-                    ": use --password-file, --password-stdin ou a variável " + kPasswordVariable);
+  throw EUsageError("missing password " + whose +
+                    ": use --password-file, --password-stdin or the variable " + kPasswordVariable);
 }
 
 }  // namespace zo::schematool

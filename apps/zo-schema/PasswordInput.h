@@ -10,7 +10,7 @@ namespace zo::schematool {
 inline constexpr const char* kPasswordVariable = "ZO_SCHEMA_PASSWORD";
 
 // From --password-file, --password-stdin, the environment or (last resort) --password.
-// `whose` completes the message when none is given ("do primeiro usuário").
+// `whose` completes the message when none is given ("for the first user").
 std::string ReadPassword(const TCommandLine& args, const std::string& whose);
 
 }  // namespace zo::schematool

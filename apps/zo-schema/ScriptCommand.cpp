@@ -12,7 +12,7 @@ int Run(const TCommandLine& args, const TToolContext& context) {
   const std::string script = CreationScript(context.app);
   if (const auto output = args.Value("output")) {
     WriteTextFile(*output, script);
-    context.err << "Script de criação gravado em " << *output << "\n";
+    context.err << "Creation script written to " << *output << "\n";
   } else {
     context.out << script;
   }
@@ -23,13 +23,13 @@ int Run(const TCommandLine& args, const TToolContext& context) {
 
 TCommand ScriptCommand() {
   return {"script",
-          "imprime o script de criação das classes da aplicação",
-          "Uso: {prog} script [--output ARQUIVO]\n"
+          "prints the creation script of the application's classes",
+          "Usage: {prog} script [--output FILE]\n"
           "\n"
-          "Imprime o script de criação do banco de dados das classes da aplicação\n"
-          "(tabelas, chaves primárias, chaves estrangeiras, sequências).\n"
+          "Prints the database creation script of the application's classes\n"
+          "(tables, primary keys, foreign keys, sequences).\n"
           "\n"
-          "  --output ARQUIVO  grava o script no arquivo em vez da saída padrão\n",
+          "  --output FILE  writes the script to the file instead of standard output\n",
           {{"output", true}},
           &Run};
 }

@@ -9,7 +9,7 @@ namespace {
 
 std::string Database(const TCommandLine& args) {
   if (args.Has("db") == args.Has("customer")) {
-    throw EUsageError("informe o banco de um só modo: --customer ID (com --root) ou --db ARQUIVO");
+    throw EUsageError("give the database one way only: --customer ID (with --root) or --db FILE");
   }
   if (const auto db = args.Value("db")) return *db;
   return CustomerDatabase(args.Value("root").value_or("."), *args.Value("customer")).string();
@@ -18,40 +18,40 @@ std::string Database(const TCommandLine& args) {
 TUserRole RoleArgument(const std::string& name) {
   const auto role = ParseRole(name);
   if (!role || name.empty()) {
-    throw EUsageError("papel desconhecido: \"" + name + "\" (use admin ou usuario)");
+    throw EUsageError("unknown role: \"" + name + "\" (use admin or usuario)");
   }
   return *role;
 }
 
 int Run(const TCommandLine& args, const TToolContext& context) {
   const auto& positional = args.Positional();
-  if (positional.empty()) throw EUsageError("falta o subcomando: user add|passwd|role|remove");
+  if (positional.empty()) throw EUsageError("missing subcommand: user add|passwd|role|remove");
   const std::string& sub = positional[0];
   if (sub == "add") {
     args.ExpectPositional({"add", "LOGIN"});
     const TUserRole role = args.Has("admin") ? TUserRole::urAdmin : TUserRole::urOrdinary;
-    const std::string password = ReadPassword(args, "do usuário");
+    const std::string password = ReadPassword(args, "for the user");
     TUserAdmin users(Database(args));
     const int32_t id = users.Add(positional[1], args.Value("name").value_or(""), password, role);
-    context.err << "Usuário " << positional[1] << " criado (ID " << id
-                << (role == TUserRole::urAdmin ? ", administrador" : "") << ")\n";
+    context.err << "User " << positional[1] << " created (ID " << id
+                << (role == TUserRole::urAdmin ? ", administrator" : "") << ")\n";
   } else if (sub == "passwd") {
     args.ExpectPositional({"passwd", "LOGIN"});
-    const std::string password = ReadPassword(args, "nova");
+    const std::string password = ReadPassword(args, "for " + positional[1]);
     TUserAdmin(Database(args)).SetPassword(positional[1], password);
-    context.err << "Senha de " << positional[1] << " trocada\n";
+    context.err << "Password of " << positional[1] << " changed\n";
   } else if (sub == "role") {
-    args.ExpectPositional({"role", "LOGIN", "PAPEL"});
+    args.ExpectPositional({"role", "LOGIN", "ROLE"});
     const TUserRole role = RoleArgument(positional[2]);
     TUserAdmin(Database(args)).SetRole(positional[1], role);
-    context.err << "Papel de " << positional[1] << ": "
-                << (role == TUserRole::urAdmin ? "administrador" : "usuário") << "\n";
+    context.err << "Role of " << positional[1] << ": "
+                << (role == TUserRole::urAdmin ? "administrator" : "ordinary user") << "\n";
   } else if (sub == "remove") {
     args.ExpectPositional({"remove", "LOGIN"});
     TUserAdmin(Database(args)).Remove(positional[1]);
-    context.err << "Usuário " << positional[1] << " removido\n";
+    context.err << "User " << positional[1] << " removed\n";
   } else {
-    throw EUsageError("subcomando desconhecido: user " + sub);
+    throw EUsageError("unknown subcommand: user " + sub);
   }
   return kExitOk;
 }
@@ -60,26 +60,28 @@ int Run(const TCommandLine& args, const TToolContext& context) {
 
 TCommand UserCommand() {
   return {"user",
-          "cria, remove e muda senha e papel dos usuários de um cliente",
-          "Uso: {prog} user add LOGIN [--name NOME] [--admin] [opções de senha] BANCO\n"
-          "     {prog} user passwd LOGIN [opções de senha] BANCO\n"
-          "     {prog} user role LOGIN admin|usuario BANCO\n"
-          "     {prog} user remove LOGIN BANCO\n"
+          "creates and removes a customer's users, changes their password and role",
+          "Usage: {prog} user add LOGIN [--name NAME] [--admin] [password options] DB\n"
+          "       {prog} user passwd LOGIN [password options] DB\n"
+          "       {prog} user role LOGIN admin|usuario DB\n"
+          "       {prog} user remove LOGIN DB\n"
           "\n"
-          "BANCO é --customer ID [--root DIR] (o banco CustomersDB/ID/ZO.FDB do cliente) ou\n"
-          "--db ARQUIVO. Um usuário sem papel é um usuário comum; um administrador gerencia os\n"
-          "outros usuários. O último administrador não pode ser removido nem rebaixado.\n"
+          "DB is --customer ID [--root DIR] (the customer's CustomersDB/ID/ZO.FDB) or\n"
+          "--db FILE. A user without a role is an ordinary user (role usuario); an\n"
+          "administrator (role admin) manages the other users. The last administrator can\n"
+          "be neither removed nor demoted.\n"
           "\n"
-          "  --customer ID           o cliente\n"
-          "  --root DIR              diretório raiz da aplicação (padrão: o diretório atual)\n"
-          "  --db ARQUIVO            o banco de dados, em vez de --customer\n"
-          "  --name NOME             nome do usuário (padrão: o login)\n"
-          "  --admin                 o novo usuário é administrador\n"
-          "  --password-file ARQ     lê a senha da primeira linha do arquivo\n"
-          "  --password-stdin        lê a senha da primeira linha da entrada padrão\n"
-          "  --password SENHA        senha na linha de comando (visível para outros; evite)\n"
+          "  --customer ID           the customer\n"
+          "  --root DIR              the application root (default: the current directory)\n"
+          "  --db FILE               the database, instead of --customer\n"
+          "  --name NAME             the user's name (default: the login)\n"
+          "  --admin                 the new user is an administrator\n"
+          "  --password-file FILE    reads the password from the file's first line\n"
+          "  --password-stdin        reads the password from standard input (first line)\n"
+          "  --password PASS         the password itself (visible to others; avoid it)\n"
           "\n"
-          "Sem nenhuma opção de senha, a senha vem da variável de ambiente ZO_SCHEMA_PASSWORD.\n",
+          "Without any password option, the password comes from the environment variable\n"
+          "ZO_SCHEMA_PASSWORD.\n",
           {{"customer", true},
            {"root", true},
            {"db", true},

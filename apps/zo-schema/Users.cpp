@@ -28,22 +28,22 @@ void Execute(TDBXConnection& connection, const std::string& sql) {
 
 void CheckLogin(const std::string& login) {
   if (!IsValidLogin(login)) {
-    throw Exception("login inválido: \"" + login +
-                    "\" (use de 1 a 60 letras, dígitos, '.', '_', '-' ou '@')");
+    throw Exception("invalid login: \"" + login +
+                    "\" (use 1 to 60 letters, digits, '.', '_', '-' or '@')");
   }
 }
 
 void CheckPassword(const std::string& password) {
-  if (password.empty()) throw Exception("a senha não pode ser vazia");
+  if (password.empty()) throw Exception("the password cannot be empty");
 }
 
 }  // namespace
 
 std::filesystem::path CustomerDatabase(const std::filesystem::path& root, const std::string& id) {
-  if (!IsValidCustomerId(id)) throw Exception("identificador de cliente inválido: \"" + id + "\"");
+  if (!IsValidCustomerId(id)) throw Exception("invalid customer identifier: \"" + id + "\"");
   const auto database = root / "CustomersDB" / id / "ZO.FDB";
   if (!std::filesystem::exists(database)) {
-    throw Exception("o cliente " + id + " não existe em " + root.string());
+    throw Exception("customer " + id + " does not exist in " + root.string());
   }
   return database;
 }
@@ -64,14 +64,14 @@ int32_t TUserAdmin::IdOf(const std::string& login) const {
   auto cmd = impl_->Dbx().CreateCommand();
   cmd->SetText(fmt::format("select ID from {} where LOGIN = '{}'", kUsersTable, login));
   auto reader = cmd->ExecuteQuery();
-  if (!reader->Next()) throw Exception("usuário inexistente: " + login);
+  if (!reader->Next()) throw Exception("no such user: " + login);
   return reader->GetInt32(0);
 }
 
 void TUserAdmin::KeepAnAdmin(const std::string& login, const char* what) const {
   TDBXConnection& dbx = impl_->Dbx();
   if (LoadUserRole(dbx, IdOf(login)) == TUserRole::urAdmin && CountAdmins(dbx) <= 1) {
-    throw Exception(fmt::format("{} é o último administrador: não pode {}", login, what));
+    throw Exception(fmt::format("{} is the last administrator: cannot {}", login, what));
   }
 }
 
@@ -84,7 +84,9 @@ int32_t TUserAdmin::Add(const std::string& login, const std::string& name,
     auto cmd = dbx.CreateCommand();
     cmd->SetText(fmt::format("select count(*) from {} where LOGIN = '{}'", kUsersTable, login));
     auto reader = cmd->ExecuteQuery();
-    if (reader->Next() && reader->GetInt32(0) > 0) throw Exception("o login já existe: " + login);
+    if (reader->Next() && reader->GetInt32(0) > 0) {
+      throw Exception("login already exists: " + login);
+    }
   }
   TDataObjectInfoDB* info = GetObjectInfoDB(&TUser::StaticType());
   auto transaction = dbx.BeginTransaction();
@@ -110,12 +112,12 @@ void TUserAdmin::SetPassword(const std::string& login, const std::string& passwo
 }
 
 void TUserAdmin::SetRole(const std::string& login, TUserRole role) {
-  if (role == TUserRole::urOrdinary) KeepAnAdmin(login, "deixar de ser administrador");
+  if (role == TUserRole::urOrdinary) KeepAnAdmin(login, "stop being an administrator");
   StoreUserRole(impl_->Dbx(), IdOf(login), role);
 }
 
 void TUserAdmin::Remove(const std::string& login) {
-  KeepAnAdmin(login, "ser removido");
+  KeepAnAdmin(login, "be removed");
   Execute(impl_->Dbx(), fmt::format("delete from {} where ID = {}", kUsersTable, IdOf(login)));
 }
 

@@ -87,7 +87,7 @@ TEST(SchemaToolCustomer, AddedCustomerIsAcceptedByTheServer) {
   const auto exists =
       RunSchema({"customer", "add", "ACME", "--user", "bia"}, root.Path(), "", password);
   EXPECT_EQ(exists.exitCode, 2);
-  EXPECT_TRUE(Contains(exists.err, "já existe")) << exists.err;
+  EXPECT_TRUE(Contains(exists.err, "already exists")) << exists.err;
   ExpectServerAccepts(root.Path(), "ACME", "ana@acme", "c0rreta hors3");
   const auto replaced = RunSchema({"customer", "add", "ACME", "--user", "bia", "--replace"},
                                   root.Path(), "", password);
@@ -132,7 +132,7 @@ TEST(SchemaToolCustomer, BadArgumentsAndFailuresLeaveNothing) {
   };
   const auto badId = add({"../x", "--user", "ana", "--password", "p"});
   EXPECT_EQ(badId.exitCode, 1);
-  EXPECT_TRUE(Contains(badId.err, "identificador de cliente inválido")) << badId.err;
+  EXPECT_TRUE(Contains(badId.err, "invalid customer identifier")) << badId.err;
   EXPECT_EQ(add({"ACME", "--user", "a'b", "--password", "p"}).exitCode, 1);
   const auto noPassword = add({"ACME", "--user", "ana"});
   EXPECT_EQ(noPassword.exitCode, 1);

@@ -31,7 +31,7 @@ TEST(SchemaTool, CommandLineHelpAndExitCodes) {
     EXPECT_TRUE(Contains(help.out, std::string("  ") + command)) << command;
     const auto commandHelp = run({command, "--help"});
     EXPECT_EQ(commandHelp.exitCode, 0) << command;
-    EXPECT_TRUE(Contains(commandHelp.out, std::string("Uso: zo-schema ") + command)) << command;
+    EXPECT_TRUE(Contains(commandHelp.out, std::string("Usage: zo-schema ") + command)) << command;
   }
 
   const auto usage = [&](std::vector<std::string> args, const std::string& message) {
@@ -47,11 +47,11 @@ TEST(SchemaTool, CommandLineHelpAndExitCodes) {
   usage({"create", "--db=x.fdb", "--db=y.fdb"}, "--db: At Most 1 required but received 2");
   usage({"apply", "--db", "x.fdb"}, "missing argument SCRIPT");
   usage({"script", "extra"}, "unexpected argument: extra");
-  usage({"customer", "remove", "X"}, "subcomando desconhecido");
+  usage({"customer", "remove", "X"}, "unknown subcommand: customer remove");
 
   const auto missing = run({"diff", "--db", "missing.fdb"});
   EXPECT_EQ(missing.exitCode, 2);
-  EXPECT_TRUE(Contains(missing.err, "banco de dados não encontrado: missing.fdb"));
+  EXPECT_TRUE(Contains(missing.err, "zo-schema: error: database not found: missing.fdb"));
   EXPECT_EQ(run({"apply", "--db", "missing.fdb", "x.sql"}).exitCode, 2);
   // The same option from a configuration file, and a key no option of the command has.
   const TempDir configs;
@@ -105,7 +105,7 @@ TEST(SchemaTool, CreateThenDiffAndApply) {
   EXPECT_TRUE(Contains(forced.err, "[1/41] CREATE TABLE USUARIOS (")) << forced.err;
   EXPECT_TRUE(Contains(forced.err, "[23/41] ALTER TABLE CLIENTES ADD DESCONTO_VIP"));
   EXPECT_TRUE(Contains(forced.err,
-                       "erro no comando 23/41 (linha 113 do script): "
+                       "zo-schema: error in statement 23/41 (script line 113): "
                        "unsuccessful metadata update"));
   EXPECT_FALSE(Contains(forced.err, "[24/41]"));
   const std::string log = ReadFile(dir.Path() / "ScriptErrorLog.txt");
@@ -120,7 +120,7 @@ TEST(SchemaTool, CreateThenDiffAndApply) {
   const auto more = run({"apply", "--db", "demo.fdb", "more.sql"});
   EXPECT_EQ(more.exitCode, 0) << more.err;
   EXPECT_TRUE(Contains(more.err, "[2/2] INSERT INTO CIDADES"));
-  EXPECT_TRUE(Contains(more.err, "Script aplicado: 2 comandos, 1 erro(s) tolerado(s)"));
+  EXPECT_TRUE(Contains(more.err, "Script applied: 2 statements, 1 tolerated error(s)"));
   EXPECT_TRUE(Contains(ReadFile(dir.Path() / "ScriptErrorLog.txt"),
                        "-Table CIDADES already exists - Linha: 0 - Ignorado: True"));
   {
@@ -162,7 +162,7 @@ TEST(SchemaTool, ChangedClassesMigrateWithDiffAndApply) {
   // The new table's sequence is restarted, but it is new: no refusal.
   const auto applied = run({"apply", "--db", "ZO.FDB", "migration.sql"});
   ASSERT_EQ(applied.exitCode, 0) << applied.err;
-  EXPECT_TRUE(Contains(applied.err, "Script aplicado:")) << applied.err;
+  EXPECT_TRUE(Contains(applied.err, "Script applied:")) << applied.err;
 
   const auto after = run({"diff", "--db", "ZO.FDB"});
   EXPECT_EQ(after.exitCode, 0) << after.err;
@@ -189,8 +189,8 @@ TEST(SchemaTool, MissingUniqueConstraintsMigrateOnceTheDataAllows) {
   const auto refused = run({"apply", "--db", "ZO.FDB", "migration.sql"});
   EXPECT_EQ(refused.exitCode, 2);
   EXPECT_TRUE(Contains(refused.err,
-                       "erro: a coluna EMAIL da tabela CLIENTES tem valores repetidos (por "
-                       "exemplo 'dup@exemplo.com')"))
+                       "zo-schema: error: column EMAIL of table CLIENTES repeats values (for "
+                       "example 'dup@exemplo.com')"))
       << refused.err;
   EXPECT_EQ(run({"diff", "--db", "ZO.FDB"}).out, diff.out) << "nothing was applied";
 
