@@ -8,6 +8,7 @@ packages=(
   libgtest-dev libgmock-dev libbenchmark-dev
   firebird-dev libfbclient2 firebird3.0-server-core firebird3.0-utils firebird3.0-server
   nlohmann-json3-dev libfmt-dev
+  jq  # the installed-example test reads the example client's JSON answers
   libboost-dev libboost-system-dev
   libssl-dev
 )
