@@ -101,7 +101,8 @@ class ProgressPrinter {
     if (type.ends_with("TWaitScreenCommandGo")) percent_ = fields.value("Position", 0);
     std::string line = "progress: " + std::to_string(percent_) + "% " + title_;
     if (!job_.empty()) line += " - " + job_;
-    if (line != last_) std::cerr << line << "\n";  // the server repeats unchanged states
+    // The server repeats unchanged states, and moves to 0% before it names the work.
+    if (line != last_ && !title_.empty()) std::cerr << line << "\n";
     last_ = line;
   }
 

@@ -1,15 +1,17 @@
 #!/usr/bin/env bash
 # Installs this build into a temporary prefix, builds the lending-library example against that
 # prefix alone, provisions a customer with the example's schema tool, starts the example's
-# server on a free loopback port and drives it over WebSocket with the example's client.
+# server on a free loopback port and drives it over WebSocket with the example's client. It
+# first checks that the tutorial shows the example's files as they are.
 # Anything missing fails the test; nothing is skipped.
 #
-#   run.sh BUILD_DIR EXAMPLE_DIR [COMPILER_LAUNCHER]
+#   run.sh BUILD_DIR EXAMPLE_DIR TUTORIAL [COMPILER_LAUNCHER]
 set -euo pipefail
 
 build=$1
 example=$2
-launcher=${3:-}
+tutorial=$3
+launcher=${4:-}
 
 fail() {
   echo "FAIL: $*" >&2
@@ -37,6 +39,16 @@ quiet() {
   local log=$work/last.log
   "$@" >"$log" 2>&1 || { cat "$log" >&2; fail "$*"; }
 }
+
+step "the tutorial writes the example's files"
+# Every "cat > FILE <<'EOF'" block of the tutorial, extracted, must equal the example folder.
+mkdir -p "$work/tutorial/data"
+awk -v dir="$work/tutorial" '
+  out != "" && $0 == "EOF" { close(out); out = ""; next }
+  out != "" { print > out; next }
+  $1 == "cat" && $2 == ">" && $4 == "<<\047EOF\047" { out = dir "/" $3 }
+' "$tutorial"
+diff -r "$example" "$work/tutorial" >&2 || fail "$tutorial and $example differ (above)"
 
 step "install into a temporary prefix"
 quiet cmake --install "$build" --prefix "$work/prefix"
