@@ -18,8 +18,7 @@ int32_t TComputeFinesAction::ExecuteAction() {
   if (SQLConnection() == nullptr) throw zo::Exception("No connection: TComputeFinesAction");
   auto& connection = SQLConnection()->DBXConnection();
   auto transaction = zo::StartTransaction(connection);
-  const auto loans =
-      zo::GetDataObjectByCondition(connection, &TLoan::StaticType(), "Returned = 0");
+  const auto loans = zo::GetDataObjectByCondition(connection, &TLoan::StaticType(), "Returned = 0");
   const double today = std::floor(zo::dates::Now());
 
   auto& progress = ActionProgress();

@@ -36,8 +36,7 @@ void DefineMembers() {
   DefineClass<TMember>(kUnit, Annotation("MEMBERS"))
       .Key("ID")
       .Prop("Name", &TMember::Name, Annotation("NAME").Size(80).Required())
-      .Prop("Email", &TMember::Email,
-            Annotation("EMAIL").Size(100).Skill(TPropertySkill::psUnique))
+      .Prop("Email", &TMember::Email, Annotation("EMAIL").Size(100).Skill(TPropertySkill::psUnique))
       .Prop("Address", &TMember::Address,
             Annotation("ADDR").Skill(TPropertySkill::psEmbedded).Host<TMember>());
 }

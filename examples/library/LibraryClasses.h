@@ -25,7 +25,7 @@ class TBook : public zo::TBaseDataObject {
   ZO_DATA_CLASS(TBook, zo::TBaseDataObject)
  public:
   std::string Title;
-  std::string Isbn;                  // unique
+  std::string Isbn;                 // unique
   std::unique_ptr<TAuthor> Author;  // composed: a reference column, loaded with the book
   int32_t Year = 0;
 };
@@ -43,7 +43,7 @@ class TMember : public zo::TBaseDataObject {
   ZO_DATA_CLASS(TMember, zo::TBaseDataObject)
  public:
   std::string Name;
-  std::string Email;  // unique
+  std::string Email;                  // unique
   std::unique_ptr<TAddress> Address;  // embedded in the member's row
 };
 

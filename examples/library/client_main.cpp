@@ -146,8 +146,9 @@ int main(int argc, char** argv) {
       return false;  // true would ask the server to cancel
     });
     client.Open(host, static_cast<std::uint16_t>(port));
-    client.Connect(
-        {{"customer", Env("ZO_CUSTOMER")}, {"user", Env("ZO_USER")}, {"password", Env("ZO_PASSWORD")}});
+    client.Connect({{"customer", Env("ZO_CUSTOMER")},
+                    {"user", Env("ZO_USER")},
+                    {"password", Env("ZO_PASSWORD")}});
     std::cout << client.Call(method, params).dump(2) << std::endl;
     client.Close();
     return 0;
