@@ -53,16 +53,19 @@ json ReadJson(const std::string& path) {
   }
 }
 
-int Id(const std::string& text) {
+// A whole number from 1 to max, or a usage error naming what it was meant to be.
+int Positive(const std::string& text, const std::string& what, int max = 2147483647) {
   std::size_t used = 0;
-  int id = 0;
+  long long value = 0;
   try {
-    id = std::stoi(text, &used);
+    value = std::stoll(text, &used);
   } catch (const std::exception&) {
     used = 0;
   }
-  if (used != text.size() || id <= 0) throw UsageError("not an identifier: " + text);
-  return id;
+  if (used == 0 || used != text.size() || value < 1 || value > max) {
+    throw UsageError("invalid " + what + ": " + text);
+  }
+  return static_cast<int>(value);
 }
 
 // The method and params of a command line.
@@ -77,11 +80,11 @@ std::pair<std::string, json> Request(const std::vector<std::string>& args) {
   }
   if (command == "get") {
     expect(3);
-    return {"Get", {{"AClassName", args[1]}, {"id", Id(args[2])}}};
+    return {"Get", {{"AClassName", args[1]}, {"id", Positive(args[2], "identifier")}}};
   }
   if (command == "delete") {
     expect(3);
-    return {"Delete", {{"AClassName", args[1]}, {"id", Id(args[2])}}};
+    return {"Delete", {{"AClassName", args[1]}, {"id", Positive(args[2], "identifier")}}};
   }
   if (command == "action") {
     expect(2);
@@ -130,13 +133,12 @@ int main(int argc, char** argv) {
       } else if (arg == "--host" && i + 1 < argc) {
         host = argv[++i];
       } else if (arg == "--port" && i + 1 < argc) {
-        port = Id(argv[++i]);
+        port = Positive(argv[++i], "port", 65535);
       } else {
         throw UsageError("unknown option or missing value: " + arg);
       }
     }
     if (command.empty()) throw UsageError("missing command");
-    if (port > 65535) throw UsageError("invalid port");
     const auto [method, params] = Request(command);
 
     ProgressPrinter progress;
