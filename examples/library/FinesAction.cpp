@@ -2,8 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
-
-#include <fmt/format.h>
+#include <string>
 
 #include <zo/core/Dates.h>
 #include <zo/core/Exceptions.h>
@@ -26,20 +25,20 @@ int32_t TComputeFinesAction::ExecuteAction() {
   progress.SetMax(static_cast<int32_t>(loans.size()));
   int32_t owing = 0;
   for (const auto& object : loans) {
-    const auto& loan = static_cast<const TLoan&>(*object);
+    auto& loan = static_cast<TLoan&>(*object);
     const double daysLate = std::max(0.0, today - std::floor(loan.DueDate.value));
     const double fine = daysLate * kFinePerDay;
     if (fine > 0) ++owing;
-    if (std::fabs(fine - loan.Fine) > 0.005) {
-      zo::ExecuteSqlCmd(connection, fmt::format("update LOANS set FINE = {} where ID = {}", fine,
-                                                loan.GetCodigo()));
+    if (fine != loan.Fine) {
+      loan.Fine = fine;
+      zo::UpdateDataObject(connection, &loan);  // writes only the columns that changed
     }
     const int32_t before = progress.GetPosition();
     AdvanceProgress();
     // Every wait-screen command is a round trip to the client: name the loan only when the
     // whole percent moves, so a long run sends at most a hundred of them.
     if (progress.GetPosition() != before) {
-      progress.SetSubTitle(fmt::format("Loan {}", loan.GetCodigo()));
+      progress.SetSubTitle("Loan " + std::to_string(loan.GetCodigo()));
     }
   }
   zo::CommitTransaction(connection, transaction);
