@@ -1,5 +1,7 @@
 #pragma once
 
+#include <zo/Export.h>
+
 #include <cstdint>
 #include <functional>
 #include <map>
@@ -26,11 +28,11 @@ class TZoCallback;
 class TZoCustomServerModule;
 
 // A remote call that names no method of the module, or passes parameters of the wrong kind.
-class EMethodNotFound : public Exception {
+class ZO_EXPORT EMethodNotFound : public Exception {
  public:
   using Exception::Exception;
 };
-class EInvalidParams : public Exception {
+class ZO_EXPORT EInvalidParams : public Exception {
  public:
   using Exception::Exception;
 };
@@ -48,7 +50,7 @@ enum TModuleEvent : int {
 using TOnModuleEvent = std::function<void(TZoCustomServerModule& sender, TModuleEvent event)>;
 
 // What a module is made with: who connects and for which customer.
-struct TModuleCreateArgs {
+struct ZO_EXPORT TModuleCreateArgs {
   std::string username;
   std::string customerID;
   std::string customerPwd;
@@ -65,7 +67,7 @@ struct TModuleCreateArgs {
 // functions: the constructor stores the arguments, then AfterConstruction (called by the
 // server class) creates the data-set providers and calls the virtual Init, which opens the
 // connection and loads the user.
-class TZoCustomServerModule : public TComponent {
+class ZO_EXPORT TZoCustomServerModule : public TComponent {
  public:
   explicit TZoCustomServerModule(const TModuleCreateArgs& args);
   ~TZoCustomServerModule() override;
@@ -185,7 +187,7 @@ class TZoCustomServerModule : public TComponent {
 
 // The application root: the directory relative paths ("conn.conf", "CustomersDB/...") are
 // resolved against. Set once at start-up (the server also makes it the current directory).
-void SetApplicationRoot(const std::string& root);
-std::string ApplicationRoot();
+ZO_EXPORT void SetApplicationRoot(const std::string& root);
+ZO_EXPORT std::string ApplicationRoot();
 
 }  // namespace zo
