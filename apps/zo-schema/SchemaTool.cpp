@@ -5,6 +5,7 @@
 
 #include "apps/zo-schema/ToolContext.h"
 #include <zo/core/Text.h>
+#include <zo/version.h>
 
 namespace zo::schematool {
 namespace {
@@ -26,7 +27,8 @@ void PrintGeneralHelp(std::ostream& out, const SchemaToolApp& app) {
         << "\n";
   }
   out << "\n"
-      << app.programName << " COMANDO --help mostra as opções de cada comando.\n\n"
+      << app.programName << " COMANDO --help mostra as opções de cada comando.\n"
+      << app.programName << " --version mostra a versão.\n\n"
       << "Códigos de saída: 0 sucesso, 1 erro de uso (nada foi feito), 2 falha ou recusa.\n";
 }
 
@@ -48,6 +50,10 @@ int RunSchemaTool(int argc, char** argv, const SchemaToolApp& app) {
   if (args.empty() || args[0] == "--help" || args[0] == "-h" || args[0] == "help") {
     PrintGeneralHelp(args.empty() ? std::cerr : std::cout, app);
     return args.empty() ? kExitUsage : kExitOk;
+  }
+  if (args[0] == "--version") {
+    std::cout << app.programName << " (ZoServer) " << ZO_VERSION_STRING << "\n";
+    return kExitOk;
   }
   const auto commands = AllCommands();
   const auto command = std::find_if(commands.begin(), commands.end(),

@@ -18,6 +18,7 @@
 #include "apps/zo-server/ModuleSession.h"
 #include <zo/core/DebugOutput.h>
 #include <zo/core/Exceptions.h>
+#include <zo/version.h>
 #include <zo/core/Text.h>
 #include <zo/platform/rpc/RpcServer.h>
 #include <zo/server/CustomServerModule.h>
@@ -53,6 +54,7 @@ void PrintHelp(const std::string& program, const TServerApplication& app) {
                "                        S seconds cancels its call (default 300)\n"
                "  --max-message BYTES   largest accepted message (default 16 MiB)\n"
                "  --log-level LEVEL     off, error, info or debug (default info)\n"
+               "  --version             print the version and exit\n"
                "  --help                this text\n";
 }
 
@@ -166,6 +168,11 @@ class DatabaseEngineShutdown {
 }  // namespace
 
 int RunAppServer(int argc, char** argv, const TServerApplication& app) {
+  if (argc == 2 && std::string(argv[1]) == "--version") {
+    std::cout << std::filesystem::path(argv[0]).filename().string() << " (ZoServer) "
+              << ZO_VERSION_STRING << "\n";
+    return 0;
+  }
   std::optional<Options> options;
   try {
     options = Parse(argc, argv);
