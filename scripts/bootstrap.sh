@@ -10,6 +10,7 @@ packages=(
   nlohmann-json3-dev libfmt-dev
   libboost-dev libboost-system-dev
   libssl-dev
+  dpkg-dev  # dpkg-shlibdeps: run-time dependencies of the Debian packages (cpack)
 )
 
 missing=()
