@@ -11,7 +11,8 @@ namespace zo::schematool {
 namespace {
 
 std::vector<TCommand> AllCommands() {
-  return {ScriptCommand(), CreateCommand(), CustomerCommand(), DiffCommand(), ApplyCommand()};
+  return {ScriptCommand(), CreateCommand(), CustomerCommand(),
+          DiffCommand(),   ApplyCommand(),  UserCommand()};
 }
 
 std::string WithProgram(const std::string& text, const SchemaToolApp& app) {

@@ -22,6 +22,7 @@
 #include <zo/core/Text.h>
 #include <zo/platform/rpc/RpcServer.h>
 #include <zo/server/CustomServerModule.h>
+#include <zo/server/Refusals.h>
 
 namespace zo::app {
 namespace {
@@ -129,6 +130,14 @@ rpc::LogSink MakeLogSink() {
   };
 }
 
+// Every refusal (condition, authorization, database name, login) as one warning line.
+void LogRefusals(const rpc::LogSink& log) {
+  AddRefusalObserver([log](const TRefusal& refusal) {
+    log("warning: refused " + RefusalKindName(refusal.kind) + " " + refusal.customer + "/" +
+        refusal.user + " " + refusal.method + ": " + refusal.detail);
+  });
+}
+
 void EnterRoot(const Options& options) {
   const fs::path root = fs::absolute(options.root.empty() ? ExecutableDir() : options.root);
   if (!fs::is_directory(root)) throw Exception("Diretório raiz inexistente: " + root.string());
@@ -195,8 +204,9 @@ int RunAppServer(int argc, char** argv, const TServerApplication& app) {
     }
     auto authenticator = app.makeAuthenticator ? app.makeAuthenticator()
                                                : std::make_unique<TUserTableAuthenticator>();
+    if (options->logLevel != rpc::LogLevel::kOff) LogRefusals(log);
     auto factory =
-        std::make_shared<TModuleSessionFactory>(app.moduleClass, std::move(authenticator));
+        std::make_shared<TModuleSessionFactory>(app.moduleClass, std::move(authenticator), log);
 
     rpc::RpcServerOptions rpcOptions;
     rpcOptions.address = options->bind;

@@ -20,6 +20,9 @@ inline constexpr int kDefaultPasswordIterations = 120000;
 ZO_EXPORT std::string HashPassword(const std::string& password, int iterations = kDefaultPasswordIterations);
 // Constant-time check of a password against a stored hash; false for a malformed hash.
 ZO_EXPORT bool VerifyPassword(const std::string& password, const std::string& storedHash);
+// The work of one password check at the default cost, against a hash no password matches:
+// for an unknown customer or login, so that every refusal takes as long as a wrong password.
+ZO_EXPORT void SpendPasswordCheck(const std::string& password);
 
 // Adds the hash column to USUARIOS when it is missing (an existing database made by the
 // creation script has no such column yet).
