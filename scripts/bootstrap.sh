@@ -11,6 +11,7 @@ packages=(
   jq  # the installed-example test reads the example client's JSON answers
   libboost-dev libboost-system-dev
   libssl-dev
+  dpkg-dev  # dpkg-shlibdeps: run-time dependencies of the Debian packages (cpack)
 )
 
 missing=()

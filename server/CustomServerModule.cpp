@@ -19,6 +19,7 @@
 #include <zo/platform/db/SQLConnection.h>
 #include <zo/platform/json/JSONMarshal.h>
 #include <zo/platform/json/JSONUnMarshal.h>
+#include <zo/server/RemoteCondition.h>
 
 namespace zo {
 namespace fs = std::filesystem;
@@ -146,8 +147,10 @@ void TZoCustomServerModule::Init() {
     reader.reset();
     fUser = StaticCastOwned<TUser>(
         GetDataObject(fSqlConnection->DBXConnection(), id, &TUser::StaticType(), nullptr, ""));
+    fUserRole = LoadUserRole(fSqlConnection->DBXConnection(), id);
   } else {
     fUser.reset();
+    fUserRole = TUserRole::urOrdinary;
   }
   fGenericDAO->SetUser(fUser.get());
   UpdateConnection();
@@ -232,20 +235,43 @@ void TZoCustomServerModule::SetCurrentDataBase(const std::string& dataBaseName) 
     if (fSqlConnection != nullptr) fSqlConnection->Close();
     return;
   }
-  fCurrentDataBase = fs::exists(dataBaseName)
-                         ? dataBaseName
-                         : (fs::path(GetCustomerDir(fCustomerID)) / kDatabaseFileName).string();
+  SwitchDataBase(fs::exists(dataBaseName)
+                     ? dataBaseName
+                     : (fs::path(GetCustomerDir(fCustomerID)) / kDatabaseFileName).string());
+}
+
+void TZoCustomServerModule::SwitchDataBase(const std::string& target) {
+  // Opened before anything is given up: a file that cannot be opened leaves the module on the
+  // connection it had.
+  auto candidate = CreateDataBaseConnection(target);
+  candidate->Open();
   Guarded([&] {
     if (fSqlConnection != nullptr) fSqlConnection->Close();
   });
-  ReplaceConnection(CreateDataBaseConnection(fCurrentDataBase));
-  try {
-    fSqlConnection->Open();
-  } catch (...) {
-    ConnectionChanged();  // no DAO may keep pointing at the connection just released
-    throw;
-  }
+  ReplaceConnection(std::move(candidate));
+  fCurrentDataBase = target;
   ConnectionChanged();
+}
+
+void TZoCustomServerModule::SetCurrentDataBaseRemote(const std::string& dataBaseName) {
+  CheckRemoteDataBaseName(dataBaseName);
+  if (dataBaseName.empty()) {
+    SetCurrentDataBase(dataBaseName);
+    return;
+  }
+  fs::current_path(ApplicationRoot());
+  // Only the customer's own directory is looked at: whether a file exists anywhere else on
+  // the server must not show in the answer.
+  const fs::path own = fs::path(GetCustomerDir(fCustomerID)) / dataBaseName;
+  try {
+    SwitchDataBase(fs::is_regular_file(own)
+                       ? own.string()
+                       : (fs::path(GetCustomerDir(fCustomerID)) / kDatabaseFileName).string());
+  } catch (const std::exception& e) {
+    Refused(TRefusalKind::rkDatabaseName, "SetCurrentDataBase",
+            "\"" + dataBaseName + "\" não abriu: " + e.what());
+    throw Exception(kDatabaseUnavailable);
+  }
 }
 
 std::string TZoCustomServerModule::GetCurrentDataBase() const {
@@ -351,6 +377,8 @@ std::vector<int32_t> TZoCustomServerModule::UnSerializeIdArray(const nlohmann::j
 int32_t TZoCustomServerModule::Insert(const nlohmann::json& jObj, TZoCallback* Callback) {
   const auto obj = UnSerializar(jObj);
   TGenericDAO* dao = GetDAO(getClassOfObj(obj.get()));
+  Demand({"Insert", TAccessKind::akInsert, obj->ClassType(), {}, {}});
+  ForgetClientKeys(*obj);
   try {
     if (Callback != nullptr) dao->SetCallBack(Callback);
     const int32_t id = dao->Insert(*obj);
@@ -369,9 +397,13 @@ int32_t TZoCustomServerModule::Insert(const nlohmann::json& jObj, TZoCallback* C
 void TZoCustomServerModule::Update(const nlohmann::json& jObj, TZoCallback* Callback) {
   const auto obj = UnSerializar(jObj);
   TGenericDAO* dao = GetDAO(getClassOfObj(obj.get()));
+  Demand({"Update", TAccessKind::akUpdate, obj->ClassType(), {}, {obj->GetCodigo()}});
   try {
     dao->SetCallBack(Callback);
-    if (Callback != nullptr) dao->Update(*obj);
+    if (Callback != nullptr) {
+      KeepServerOwnedFields(*dao, *obj);
+      dao->Update(*obj);
+    }
     Fire(meUPDATE);
     AddToDataBaseLog(
         fmt::sprintf("Update(%d, %s)", obj->GetCodigo(), obj->ClassType()->QualifiedName()),
@@ -389,6 +421,7 @@ void TZoCustomServerModule::Delete(const std::string& AClassName, int32_t id,
   const TDataObjectClass cls = GetClass(AClassName);
   TGenericDAO* dao = GetDAO(AClassName);
   if (dao == nullptr) return;
+  Demand({"Delete", TAccessKind::akDelete, cls, {}, {id}});
   try {
     dao->SetCallBack(Callback);
     dao->Delete(id, cls);
@@ -403,13 +436,14 @@ void TZoCustomServerModule::Delete(const std::string& AClassName, int32_t id,
 
 void TZoCustomServerModule::DeleteArray(const std::string& AClassName, const nlohmann::json& jArray,
                                         TZoCallback* ACallBack) {
-  GetClass(AClassName);
+  const TDataObjectClass cls = GetClass(AClassName);
   TGenericDAO* dao = GetDAO(AClassName);
-  dao->SetCallBack(ACallBack);
   std::vector<int32_t> ids;
   if (jArray.is_array()) {
     for (const auto& element : jArray) ids.push_back(text::StrToIntDef(ElementText(element), -1));
   }
+  Demand({"DeleteArray", TAccessKind::akDelete, cls, {}, ids});
+  dao->SetCallBack(ACallBack);
   dao->DeleteArray(ids, GetClass(AClassName));
   Fire(meDELETE);
 }
@@ -417,6 +451,7 @@ void TZoCustomServerModule::DeleteArray(const std::string& AClassName, const nlo
 nlohmann::json TZoCustomServerModule::Get(const std::string& AClassName, int32_t id) {
   TGenericDAO* dao = GetDAO(AClassName);
   const TDataObjectClass cls = GetClass(AClassName);
+  Demand({"Get", TAccessKind::akRead, cls, {}, {id}});
   try {
     if (dao->SQLConnection() != nullptr) {
       OutputDebugString(dao->SQLConnection()->Params().Values("Database"));
@@ -433,45 +468,69 @@ nlohmann::json TZoCustomServerModule::Get(const std::string& AClassName, int32_t
 
 nlohmann::json TZoCustomServerModule::GetByCondition(const std::string& AClassName,
                                                      const std::string& ACondition) {
+  const TDataObjectClass cls = GetClass(AClassName);
   TGenericDAO* dao = GetDAO(AClassName);
-  return SerializarArray(dao->GetByCondition(GetClass(AClassName), ACondition));
+  const std::string condition = CheckedCondition("GetByCondition", cls, ACondition);
+  Demand({"GetByCondition", TAccessKind::akRead, cls, {}, {}});
+  return SerializarArray(dao->GetByCondition(cls, condition));
 }
 
 int32_t TZoCustomServerModule::GetCount(const std::string& AClassName,
                                         const std::string& ACondition) {
   const auto it = fHashClassName.find(AClassName);
   if (it == fHashClassName.end()) throw Exception("Item not found");
-  return zo::GetCount(fSqlConnection->DBXConnection(), it->second, ACondition);
+  const std::string condition = CheckedCondition("GetCount", it->second, ACondition);
+  Demand({"GetCount", TAccessKind::akRead, it->second, {KeyName(it->second)}, {}});
+  return zo::GetCount(fSqlConnection->DBXConnection(), it->second, condition);
 }
 
 std::unique_ptr<TMemoryStream> TZoCustomServerModule::GetBlobData(
     const std::string& AClassName, int32_t id, const std::string& APropertyName) {
   TGenericDAO* dao = GetDAO(AClassName);
-  return dao->GetBlobData(id, APropertyName, GetClass(AClassName));
+  const TDataObjectClass cls = GetClass(AClassName);
+  Demand({"GetBlobData", TAccessKind::akBlobRead, cls, {APropertyName}, {id}});
+  return dao->GetBlobData(id, APropertyName, cls);
 }
 
 void TZoCustomServerModule::SetBlobData(const std::string& AClassName, int32_t id,
                                         const std::string& APropertyName, TStream* AStream) {
   const TDataObjectClass cls = GetClass(AClassName);
   TGenericDAO* dao = GetDAO(AClassName);
+  Demand({"SetBlobData", TAccessKind::akBlobWrite, cls, {APropertyName}, {id}});
   dao->SetBlobData(id, APropertyName, cls, AStream);
 }
 
 int32_t TZoCustomServerModule::GetNextID(int32_t currentID, const std::string& AClassName,
                                          int32_t ATipoNext, const std::string& ACondition) {
-  return fGenericDAO->GetNextID(currentID, GetClass(AClassName), ATipoNext, ACondition);
+  const TDataObjectClass cls = GetClass(AClassName);
+  const std::string condition = CheckedCondition("GetNextID", cls, ACondition);
+  Demand({"GetNextID", TAccessKind::akRead, cls, {KeyName(cls)}, {currentID}});
+  return fGenericDAO->GetNextID(currentID, cls, ATipoNext, condition);
 }
 
 std::string TZoCustomServerModule::GetStrList(const std::string& AClassName,
                                               const std::string& AProperties,
                                               const std::string& ACondition) {
+  const TDataObjectClass cls = GetClass(AClassName);
   TGenericDAO* dao = GetDAO(AClassName);
-  return dao->GetStrList(GetClass(AClassName), AProperties, ACondition);
+  std::vector<std::string> properties;
+  try {
+    properties = CheckRemoteProperties(*cls, AProperties);
+  } catch (const ERefusedCondition& e) {
+    Refused(TRefusalKind::rkCondition, "GetStrList", e.what());
+    throw;
+  }
+  const std::string condition = CheckedCondition("GetStrList", cls, ACondition);
+  Demand({"GetStrList", TAccessKind::akRead, cls, properties, {}});
+  std::string list;
+  for (const auto& name : properties) list += (list.empty() ? "" : ",") + name;
+  return dao->GetStrList(cls, list, condition);
 }
 
 void TZoCustomServerModule::Validate(const nlohmann::json& jObj) {
   const auto obj = UnSerializar(jObj);
   TGenericDAO* dao = GetDAO(getClassOfObj(obj.get()));
+  Demand({"Validate", TAccessKind::akRead, obj->ClassType(), {}, {}});
   dao->Validate(*obj);
   Fire(meVALIDATE);
 }

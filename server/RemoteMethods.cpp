@@ -83,6 +83,7 @@ nlohmann::json TZoCustomServerModule::CallMethod(const std::string& method,
 nlohmann::json TZoCustomServerModule::Dispatch(const std::string& method, const nlohmann::json& p,
                                                TZoCallback* callback) {
   if (const auto it = fExtraMethods.find(method); it != fExtraMethods.end()) {
+    Demand({method, TAccessKind::akAction, nullptr, {}, {}});
     return it->second(p, callback);
   }
   if (method == "Insert") return Insert(ObjectParam(p, "jObj"), callback);
@@ -141,12 +142,23 @@ nlohmann::json TZoCustomServerModule::Dispatch(const std::string& method, const 
   }
   if (method == "GetRecords") {
     const std::string name = StringParam(p, "ProviderName");
+    Demand({method, TAccessKind::akAction, nullptr, {name}, {}});
     const TDataSetProvider* provider = FindProvider(name);
     if (provider == nullptr) throw Exception("Provedor não encontrado: " + name);
     return provider->GetRecords();
   }
   if (method == "SetCurrentDataBase") {
-    SetCurrentDataBase(StringParam(p, "DataBaseName"));
+    Demand({method, TAccessKind::akAction, nullptr, {}, {}});
+    SetCurrentDataBaseRemote(StringParam(p, "DataBaseName"));
+    return nullptr;
+  }
+  if (method == "GetUserRole") return GetUserRole(IntParam(p, "id"));
+  if (method == "SetUserRole") {
+    SetUserRole(IntParam(p, "id"), StringParam(p, "ARole"));
+    return nullptr;
+  }
+  if (method == "SetUserPassword") {
+    SetUserPassword(IntParam(p, "id"), StringParam(p, "APassword"));
     return nullptr;
   }
   if (method == "GetCurrentDataBase") return GetCurrentDataBase();

@@ -17,6 +17,7 @@
 #include "platform/json/Base64.h"
 #include <zo/platform/rpc/RpcClient.h>
 #include <zo/platform/rpc/RpcError.h>
+#include <zo/version.h>
 
 namespace {
 
@@ -32,6 +33,7 @@ Connection options:
   --user LOGIN         login (or ZO_USER)
   --password PASSWORD  password (or ZO_PASSWORD; prefer the variable: arguments are visible
                        to other users of the machine)
+  --version            print the version and exit
 
 Commands (JSON results are printed on standard output):
   insert FILE|-                      insert the object in FILE (JSON); prints its identifier
@@ -207,6 +209,9 @@ int main(int argc, char** argv) {
         command.push_back(arg);
       } else if (arg == "--help" || arg == "-h") {
         std::cout << kUsage;
+        return 0;
+      } else if (arg == "--version") {
+        std::cout << "zo-client (ZoServer) " ZO_VERSION_STRING "\n";
         return 0;
       } else if (arg == "--host" && hasValue) {
         host = argv[++i];

@@ -8,6 +8,7 @@
 #include <zo/platform/db/ConnectionParams.h>
 #include <zo/platform/db/SQLConnection.h>
 #include <zo/server/UserPasswords.h>
+#include <zo/server/UserRoles.h>
 
 namespace zo::schematool {
 namespace {
@@ -41,6 +42,8 @@ void AddFirstUser(const fs::path& database, const TNewCustomer& customer) {
   insert->SetText(info->GenerateInsertCode(user));
   insert->ExecuteUpdate();
   StorePasswordHash(dbx, user.GetCodigo(), HashPassword(customer.password));
+  // Someone must be able to manage the others: the first user is the administrator.
+  StoreUserRole(dbx, user.GetCodigo(), TUserRole::urAdmin);
   dbx.CommitFreeAndNil(transaction);
 }
 

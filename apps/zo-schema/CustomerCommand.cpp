@@ -1,43 +1,11 @@
 // zo-schema customer add: provisions a new customer of the application server.
 
-#include <cstdlib>
-#include <iostream>
-
 #include "apps/zo-schema/Customer.h"
-#include "apps/zo-schema/Files.h"
+#include "apps/zo-schema/PasswordInput.h"
 #include "apps/zo-schema/ToolContext.h"
 
 namespace zo::schematool {
 namespace {
-
-constexpr const char* kPasswordVariable = "ZO_SCHEMA_PASSWORD";
-
-std::string FirstLine(const std::string& content) {
-  const std::string line = content.substr(0, content.find('\n'));
-  return !line.empty() && line.back() == '\r' ? line.substr(0, line.size() - 1) : line;
-}
-
-// From a file, stdin, the environment or (last resort) the command line.
-std::string ReadPassword(const TCommandLine& args) {
-  const int sources = args.Has("password-file") + args.Has("password-stdin") + args.Has("password");
-  if (sources > 1) {
-    throw EUsageError(
-        "informe a senha de um só modo (--password-file, --password-stdin ou "
-        "--password)");
-  }
-  if (const auto file = args.Value("password-file")) return FirstLine(ReadTextFile(*file));
-  if (args.Has("password-stdin")) {
-    std::string line;
-    std::getline(std::cin, line);
-    return FirstLine(line);
-  }
-  if (const auto password = args.Value("password")) return *password;
-  const char* env = std::getenv(kPasswordVariable);
-  if (env != nullptr && *env != '\0') return env;
-  throw EUsageError(std::string("falta a senha do primeiro usuário: use --password-file, "
-                                "--password-stdin ou a variável ") +
-                    kPasswordVariable);
-}
 
 int Run(const TCommandLine& args, const TToolContext& context) {
   if (args.Positional().empty() || args.Positional()[0] != "add") {
@@ -54,10 +22,10 @@ int Run(const TCommandLine& args, const TToolContext& context) {
   customer.replace = args.Has("replace");
   // Checked here too so that a bad argument is a usage error; AddCustomer checks again.
   if (const auto problem = InvalidCustomerArgument(customer)) throw EUsageError(*problem);
-  customer.password = ReadPassword(args);
+  customer.password = ReadPassword(args, "do primeiro usuário");
   const auto directory = AddCustomer(context.app, customer);
   context.err << "Cliente " << customer.id << " criado em " << directory.string()
-              << " (primeiro usuário: " << customer.login << ")\n";
+              << " (primeiro usuário: " << customer.login << ", administrador)\n";
   return kExitOk;
 }
 
@@ -72,7 +40,8 @@ TCommand CustomerCommand() {
           "Cria o cliente ID da aplicação em DIR/CustomersDB/ID: o conn.conf do cliente\n"
           "(copiado de DIR/conn.conf, criado com valores padrão quando falta, com Database\n"
           "apontando para CustomersDB/ID/ZO.FDB), o banco de dados ZO.FDB com as tabelas das\n"
-          "classes e o primeiro usuário com a sua senha. Se algo falhar, nada fica pela metade.\n"
+          "classes e o primeiro usuário, administrador, com a sua senha. Se algo falhar, nada\n"
+          "fica pela metade.\n"
           "\n"
           "  --root DIR              diretório raiz da aplicação (padrão: o diretório atual)\n"
           "  --user LOGIN            login do primeiro usuário\n"

@@ -9,6 +9,7 @@
 #include <zo/schema/CatalogReader.h>
 #include <zo/schema/DBManager.h>
 #include <zo/server/UserPasswords.h>
+#include <zo/server/UserRoles.h>
 
 namespace zo::schematool {
 namespace {
@@ -22,10 +23,11 @@ std::string MigrationScript(const SchemaToolApp& app, const std::string& databas
   connection.Params().SetValue("Password", "pelicanos");
   connection.Open();
   const auto expected = ExpectedStruct(app);
-  // The password hash is kept beside the mapped columns of the users' table, outside the
-  // classes: the comparison must not see it as a column to drop.
+  // The password hash and the role are kept beside the mapped columns of the users' table,
+  // outside the classes: the comparison must not see them as columns to drop.
   TCatalogReadOptions options;
   options.ignoredColumns.insert(std::string(kUsersTable) + "." + kPasswordHashColumn);
+  options.ignoredColumns.insert(std::string(kUsersTable) + "." + kRoleColumn);
   const auto current = ReadDatabaseStruct(connection.DBXConnection(), expected.get(), options);
   connection.Close();
   TDataBaseManager manager;

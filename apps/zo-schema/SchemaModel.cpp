@@ -7,6 +7,7 @@
 #include <zo/mapping/ServerClasses.h>
 #include <zo/schema/DBScriptRunner.h>
 #include <zo/server/UserPasswords.h>
+#include <zo/server/UserRoles.h>
 
 namespace zo::schematool {
 
@@ -41,6 +42,7 @@ void BuildDatabase(const SchemaToolApp& app, const std::string& path) {
   }
   if (HasUsersTable(app)) {
     EnsurePasswordColumn(runner.IBDataBase().Connection().DBXConnection());
+    EnsureRoleColumn(runner.IBDataBase().Connection().DBXConnection());
   }
 }
 

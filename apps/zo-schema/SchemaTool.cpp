@@ -5,12 +5,14 @@
 
 #include "apps/zo-schema/ToolContext.h"
 #include <zo/core/Text.h>
+#include <zo/version.h>
 
 namespace zo::schematool {
 namespace {
 
 std::vector<TCommand> AllCommands() {
-  return {ScriptCommand(), CreateCommand(), CustomerCommand(), DiffCommand(), ApplyCommand()};
+  return {ScriptCommand(), CreateCommand(), CustomerCommand(),
+          DiffCommand(),   ApplyCommand(),  UserCommand()};
 }
 
 std::string WithProgram(const std::string& text, const SchemaToolApp& app) {
@@ -26,7 +28,8 @@ void PrintGeneralHelp(std::ostream& out, const SchemaToolApp& app) {
         << "\n";
   }
   out << "\n"
-      << app.programName << " COMANDO --help mostra as opções de cada comando.\n\n"
+      << app.programName << " COMANDO --help mostra as opções de cada comando.\n"
+      << app.programName << " --version mostra a versão.\n\n"
       << "Códigos de saída: 0 sucesso, 1 erro de uso (nada foi feito), 2 falha ou recusa.\n";
 }
 
@@ -48,6 +51,10 @@ int RunSchemaTool(int argc, char** argv, const SchemaToolApp& app) {
   if (args.empty() || args[0] == "--help" || args[0] == "-h" || args[0] == "help") {
     PrintGeneralHelp(args.empty() ? std::cerr : std::cout, app);
     return args.empty() ? kExitUsage : kExitOk;
+  }
+  if (args[0] == "--version") {
+    std::cout << app.programName << " (ZoServer) " << ZO_VERSION_STRING << "\n";
+    return kExitOk;
   }
   const auto commands = AllCommands();
   const auto command = std::find_if(commands.begin(), commands.end(),

@@ -31,5 +31,6 @@ TCommand CreateCommand();
 TCommand CustomerCommand();
 TCommand DiffCommand();
 TCommand ApplyCommand();
+TCommand UserCommand();
 
 }  // namespace zo::schematool

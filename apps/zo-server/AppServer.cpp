@@ -18,9 +18,11 @@
 #include "apps/zo-server/ModuleSession.h"
 #include <zo/core/DebugOutput.h>
 #include <zo/core/Exceptions.h>
+#include <zo/version.h>
 #include <zo/core/Text.h>
 #include <zo/platform/rpc/RpcServer.h>
 #include <zo/server/CustomServerModule.h>
+#include <zo/server/Refusals.h>
 
 namespace zo::app {
 namespace {
@@ -53,6 +55,7 @@ void PrintHelp(const std::string& program, const TServerApplication& app) {
                "                        S seconds cancels its call (default 300)\n"
                "  --max-message BYTES   largest accepted message (default 16 MiB)\n"
                "  --log-level LEVEL     off, error, info or debug (default info)\n"
+               "  --version             print the version and exit\n"
                "  --help                this text\n";
 }
 
@@ -127,6 +130,14 @@ rpc::LogSink MakeLogSink() {
   };
 }
 
+// Every refusal (condition, authorization, database name, login) as one warning line.
+void LogRefusals(const rpc::LogSink& log) {
+  AddRefusalObserver([log](const TRefusal& refusal) {
+    log("warning: refused " + RefusalKindName(refusal.kind) + " " + refusal.customer + "/" +
+        refusal.user + " " + refusal.method + ": " + refusal.detail);
+  });
+}
+
 void EnterRoot(const Options& options) {
   const fs::path root = fs::absolute(options.root.empty() ? ExecutableDir() : options.root);
   if (!fs::is_directory(root)) throw Exception("Diretório raiz inexistente: " + root.string());
@@ -166,6 +177,11 @@ class DatabaseEngineShutdown {
 }  // namespace
 
 int RunAppServer(int argc, char** argv, const TServerApplication& app) {
+  if (argc == 2 && std::string(argv[1]) == "--version") {
+    std::cout << std::filesystem::path(argv[0]).filename().string() << " (ZoServer) "
+              << ZO_VERSION_STRING << "\n";
+    return 0;
+  }
   std::optional<Options> options;
   try {
     options = Parse(argc, argv);
@@ -188,8 +204,9 @@ int RunAppServer(int argc, char** argv, const TServerApplication& app) {
     }
     auto authenticator = app.makeAuthenticator ? app.makeAuthenticator()
                                                : std::make_unique<TUserTableAuthenticator>();
+    if (options->logLevel != rpc::LogLevel::kOff) LogRefusals(log);
     auto factory =
-        std::make_shared<TModuleSessionFactory>(app.moduleClass, std::move(authenticator));
+        std::make_shared<TModuleSessionFactory>(app.moduleClass, std::move(authenticator), log);
 
     rpc::RpcServerOptions rpcOptions;
     rpcOptions.address = options->bind;

@@ -13,8 +13,11 @@ bool TUserTableAuthenticator::Authenticate(const std::string& customerID, const 
   const auto stored = LoadPasswordHash(connection->DBXConnection(), login);
   connection->Close();
   // Unknown logins cost the same hash as known ones, so timing tells nothing.
-  static const std::string kDummy = HashPassword("", 1000);
-  return VerifyPassword(password, stored.value_or(kDummy)) && stored.has_value();
+  if (!stored) {
+    SpendPasswordCheck(password);
+    return false;
+  }
+  return VerifyPassword(password, *stored);
 }
 
 }  // namespace zo::app

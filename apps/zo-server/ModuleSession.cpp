@@ -1,14 +1,22 @@
 #include "apps/zo-server/ModuleSession.h"
 
 #include <filesystem>
+#include <thread>
 
+#include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
+#include "apps/zo-server/EngineErrors.h"
 #include <zo/core/Exceptions.h>
+#include <zo/server/Refusals.h>
 #include <zo/server/UserPasswords.h>
 
 namespace zo::app {
 namespace {
+
+// One message for every wrong part of a login, so that the answer tells nothing about which
+// part was wrong, nor who the customers are.
+constexpr const char* kRefusedLogin = "Usuário ou senha inválidos";
 
 std::string TextParam(const nlohmann::json& params, const char* name) {
   if (!params.is_object() || !params.contains(name)) {
@@ -22,11 +30,18 @@ std::string TextParam(const nlohmann::json& params, const char* name) {
   return params.at(name).get<std::string>();
 }
 
+void Log(const rpc::LogSink& log, const std::string& line) {
+  if (log) log(line);
+}
+
 }  // namespace
 
 TModuleSession::TModuleSession(std::unique_ptr<TZoCustomServerModule> module, std::string customer,
-                               std::string user)
-    : module_(std::move(module)), customer_(std::move(customer)), user_(std::move(user)) {}
+                               std::string user, rpc::LogSink log)
+    : module_(std::move(module)),
+      customer_(std::move(customer)),
+      user_(std::move(user)),
+      log_(std::move(log)) {}
 
 nlohmann::json TModuleSession::Call(const std::string& method, const nlohmann::json& params,
                                     TZoCallback* callback) {
@@ -36,13 +51,48 @@ nlohmann::json TModuleSession::Call(const std::string& method, const nlohmann::j
     throw rpc::MethodNotFound(e.what());
   } catch (const EInvalidParams& e) {
     throw rpc::InvalidParams(e.what());
+  } catch (const EAbort&) {
+    throw;
+  } catch (const std::exception& e) {
+    if (!NamesServerFiles(e.what())) throw;
+    Log(log_, fmt::format("error: {}/{} {}: {}", customer_, user_, method, e.what()));
+    throw Exception(kDatabaseUnavailable);
   }
 }
 
 TModuleSessionFactory::TModuleSessionFactory(TModuleClass moduleClass,
-                                             std::unique_ptr<IAuthenticator> authenticator)
-    : authenticator_(std::move(authenticator)) {
+                                             std::unique_ptr<IAuthenticator> authenticator,
+                                             rpc::LogSink log, TLoginThrottleOptions throttle)
+    : authenticator_(std::move(authenticator)), log_(std::move(log)), throttle_(throttle) {
   serverClass_.SetModuleClass(std::move(moduleClass));
+}
+
+void TModuleSessionFactory::PadLikeAKnownCustomer(
+    std::chrono::steady_clock::time_point start) const {
+  const auto target = start + std::chrono::microseconds(knownCustomerMicros_.load());
+  if (target > std::chrono::steady_clock::now()) std::this_thread::sleep_until(target);
+}
+
+void TModuleSessionFactory::RememberKnownCustomerCost(std::chrono::steady_clock::duration cost) {
+  const long long sample = std::chrono::duration_cast<std::chrono::microseconds>(cost).count();
+  const long long previous = knownCustomerMicros_.load();
+  knownCustomerMicros_.store(previous == 0 ? sample : (previous * 7 + sample) / 8);
+}
+
+bool TModuleSessionFactory::CheckPassword(const std::string& customer, const std::string& user,
+                                          const std::string& password) {
+  const auto start = std::chrono::steady_clock::now();
+  // An unknown customer or a login that cannot exist costs the same check as a wrong
+  // password, and as long as opening a customer's database: timing must not tell them apart.
+  if (!IsValidLogin(user) ||
+      !std::filesystem::is_directory(TZoCustomServerModule::GetCustomerDir(customer))) {
+    SpendPasswordCheck(password);
+    PadLikeAKnownCustomer(start);
+    return false;
+  }
+  const bool accepted = authenticator_->Authenticate(customer, user, password);
+  RememberKnownCustomerCost(std::chrono::steady_clock::now() - start);
+  return accepted;
 }
 
 std::unique_ptr<rpc::IRpcSession> TModuleSessionFactory::Connect(const nlohmann::json& params,
@@ -50,24 +100,50 @@ std::unique_ptr<rpc::IRpcSession> TModuleSessionFactory::Connect(const nlohmann:
   const std::string customer = TextParam(params, "customer");
   const std::string user = TextParam(params, "user");
   const std::string password = TextParam(params, "password");
-  if (!IsValidCustomerId(customer)) throw Exception("Identificador de cliente inválido");
-  // An unknown customer is answered like a wrong password: before it has logged in, a client
-  // must not learn who the customers of this server are.
-  const std::string refused = "Usuário ou senha inválidos";
-  if (!IsValidLogin(user)) throw Exception(refused);
-  const auto customerDir = TZoCustomServerModule::GetCustomerDir(customer);
-  if (!std::filesystem::is_directory(customerDir)) throw Exception(refused);
-  if (!authenticator_->Authenticate(customer, user, password)) throw Exception(refused);
+  const std::string address = AddressOfPeer(client.peer);
+  const std::string login = customer + "/" + user;
+  const auto refuse = [&](const std::string& detail) {
+    ReportRefusal({TRefusalKind::rkLogin, customer, user, "connect", address + ": " + detail});
+  };
+  if (const long long wait = throttle_.WaitSeconds(address, login); wait > 0) {
+    refuse("aguardando depois de falhas repetidas");
+    throw Exception(fmt::format("Muitas tentativas de acesso; tente de novo em {} s", wait));
+  }
+  if (!IsValidCustomerId(customer)) {
+    throttle_.Failed(address, login);
+    refuse("identificador de cliente inválido");
+    throw Exception("Identificador de cliente inválido");
+  }
+  bool accepted = false;
+  try {
+    accepted = CheckPassword(customer, user, password);
+  } catch (const std::exception& e) {
+    Log(log_, fmt::format("error: connect {}/{}: {}", customer, user, e.what()));
+    throw Exception(kDatabaseUnavailable);
+  }
+  if (!accepted) {
+    throttle_.Failed(address, login);
+    refuse("senha, login ou cliente errado");
+    throw Exception(kRefusedLogin);
+  }
+  throttle_.Succeeded(login);
   TModuleCreateArgs args;
   args.username = user;
   args.customerID = customer;
-  auto module = serverClass_.CreateModule(args);
+  std::unique_ptr<TZoCustomServerModule> module;
+  try {
+    module = serverClass_.CreateModule(args);
+  } catch (const std::exception& e) {
+    if (!NamesServerFiles(e.what())) throw;
+    Log(log_, fmt::format("error: connect {}/{}: {}", customer, user, e.what()));
+    throw Exception(kDatabaseUnavailable);
+  }
   TCreateInstanceEventObject event;
   event.connectionData["userid"] = user;
   event.connectionData["peer"] = client.peer;
   event.serverClassInstance = module.get();
   serverClass_.CreateInstance(event);
-  return std::make_unique<TModuleSession>(std::move(module), customer, user);
+  return std::make_unique<TModuleSession>(std::move(module), customer, user, log_);
 }
 
 }  // namespace zo::app

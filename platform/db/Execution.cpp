@@ -5,6 +5,8 @@
 
 #include "platform/db/Cursor.h"
 #include "platform/db/Session.h"
+#include "platform/db/StatementText.h"
+#include <zo/platform/db/DatabaseError.h>
 
 namespace zo::db {
 namespace {
@@ -13,10 +15,15 @@ namespace {
 // values inline, so a prepared statement would rarely be reused.
 fb::Statement Prepare(Session& session, Firebird::ITransaction* transaction,
                       const std::string& sql) {
+  CheckStatementText(sql);
   fb::Status status;
-  return fb::Statement(session.Attachment()->prepare(
-      status.Throwing(), transaction, 0, sql.c_str(), session.Dialect(),
-      Firebird::IStatement::PREPARE_PREFETCH_METADATA));
+  try {
+    return fb::Statement(session.Attachment()->prepare(
+        status.Throwing(), transaction, static_cast<unsigned>(sql.size()), sql.c_str(),
+        session.Dialect(), Firebird::IStatement::PREPARE_PREFETCH_METADATA));
+  } catch (const EDatabaseError& e) {
+    throw EDatabaseError(WithTrueEndPosition(e.what(), sql), e.ErrorCode());
+  }
 }
 
 std::string FirstWord(const std::string& sql) {

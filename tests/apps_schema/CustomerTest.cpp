@@ -33,7 +33,8 @@ std::set<std::string> Entries(const fs::path& dir) {
 // checked against the hash in the customer's database (as zo-server's authenticator does),
 // then the module of that customer and user opens the database and finds the user.
 void ExpectServerAccepts(const fs::path& root, const std::string& customer,
-                         const std::string& login, const std::string& password) {
+                         const std::string& login, const std::string& password,
+                         bool admin = true) {
   demo::RegisterDemoClasses();
   const CurrentDirectory inRoot(root);
   {
@@ -51,6 +52,7 @@ void ExpectServerAccepts(const fs::path& root, const std::string& customer,
   module.AfterConstruction();
   ASSERT_NE(module.User(), nullptr);
   EXPECT_EQ(module.User()->Login, login);
+  EXPECT_EQ(module.IsAdmin(), admin) << login;
   EXPECT_EQ(module.SQLConnection()->Params().Values("Database"),
             "CustomersDB/" + customer + "/ZO.FDB");
 }
@@ -92,6 +94,33 @@ TEST(SchemaToolCustomer, AddedCustomerIsAcceptedByTheServer) {
   ASSERT_EQ(replaced.exitCode, 0) << replaced.err;
   ExpectServerAccepts(root.Path(), "ACME", "bia", "outra");
   EXPECT_EQ(Entries(root.Path() / "CustomersDB"), (std::set<std::string>{"ACME", "B-2"}));
+}
+
+TEST(SchemaToolCustomer, UsersAreManagedAndTheLastAdministratorStays) {
+  const TempDir root;
+  const auto run = [&](std::vector<std::string> args) {
+    args.insert(args.end(), {"--customer", "ACME", "--root", root.Path().string()});
+    return RunSchema(args, root.Path());
+  };
+  ASSERT_EQ(RunSchema({"customer", "add", "ACME", "--root", root.Path().string(), "--user", "ana",
+                       "--password", "a1"},
+                      root.Path())
+                .exitCode,
+            0);
+  ASSERT_EQ(run({"user", "add", "rui", "--password", "r1"}).exitCode, 0);
+  ExpectServerAccepts(root.Path(), "ACME", "rui", "r1", false);
+  using Args = std::vector<std::string>;
+  for (const Args& refused : {Args{"user", "role", "ana", "usuario"}, Args{"user", "remove", "ana"},
+                              Args{"user", "add", "rui", "--password", "x"},
+                              Args{"user", "passwd", "bia", "--password", "x"}}) {
+    const auto result = run(refused);
+    EXPECT_EQ(result.exitCode, 2) << refused[1] << " " << result.err;
+  }
+  EXPECT_EQ(run({"user", "role", "rui", "chefe"}).exitCode, 1);
+  ASSERT_EQ(run({"user", "role", "rui", "admin"}).exitCode, 0);
+  ASSERT_EQ(run({"user", "remove", "ana"}).exitCode, 0);
+  ASSERT_EQ(run({"user", "passwd", "rui", "--password", "r2"}).exitCode, 0);
+  ExpectServerAccepts(root.Path(), "ACME", "rui", "r2", true);
 }
 
 TEST(SchemaToolCustomer, BadArgumentsAndFailuresLeaveNothing) {

@@ -218,8 +218,11 @@ TEST_P(ServerRemoteMethods, DatabaseSwitchStaysInTheCustomerDirectory) {
   const std::string own = "CustomersDB/ACME/ZO.FDB";
   const int campinas = CampinasId();
   EXPECT_EQ(Call("GetCurrentDataBase"), own);
-  // Another customer's existing file: only its name is used, inside ACME's own directory.
-  Call("SetCurrentDataBase", {{"DataBaseName", "CustomersDB/BETA/ZO.FDB"}});
+  // Another customer's file is refused, and the client goes on with its own.
+  EXPECT_STREQ(ErrorOf([&] {
+                 Call("SetCurrentDataBase", {{"DataBaseName", "CustomersDB/BETA/ZO.FDB"}});
+               }).what(),
+               "base de dados indisponível");
   EXPECT_EQ(Call("GetCurrentDataBase"), own);
   EXPECT_EQ(Count("TCidade", "Nome = 'Campinas'"), 1);
 

@@ -54,6 +54,16 @@ TEST_F(SqlLayerTest, FirebirdErrorTextIsCarried) {
   }
 }
 
+// A statement cut inside a quoted literal: the engine leaves the position unset, so the true
+// end of the statement is reported; a NUL never reaches the engine at all.
+TEST_F(SqlLayerTest, UnterminatedLiteralsAndNulsGetTrueAnswers) {
+  Open(conn_);
+  EXPECT_TRUE(Contains(ErrorOf([&] { Query(conn_, "SELECT 1 FROM RDB$DATABASE\nWHERE 'é = x"); }),
+                       "Unexpected end of command - line 2, column 13"));
+  const std::string nul("SELECT 1 FROM RDB$DATABASE WHERE 'a\0' = 'a'", 43);
+  EXPECT_TRUE(Contains(ErrorOf([&] { Query(conn_, nul); }), "caractere nulo (U+0000)"));
+}
+
 TEST_F(SqlLayerTest, OpeningAMissingDatabaseNamesIt) {
   const std::string missing = dir_.File("missing.fdb");
   conn_.Params().SetValue("Database", missing);

@@ -107,7 +107,6 @@ TEST_F(ModuleLifecycleTest, SetCurrentDataBaseKeepsOnlyTheFileNameInsideTheCusto
   WriteFile("conn.conf", "Database=x.fdb\nUser_Name=SYSDBA\nPassword=masterkey\nMarca=padrao\n");
   CopyDemoDatabase("CustomersDB/ACME/ZO.FDB");
   CopyDemoDatabase("CustomersDB/ACME/OUTRO.FDB");
-  CopyDemoDatabase("arquivo/OUTRO.FDB");
   CopyDemoDatabase("arquivo/SOFORA.FDB");
   const auto module = MakeModule("ACME");
   WriteFile("CustomersDB/ACME/conn.conf",
@@ -130,8 +129,8 @@ TEST_F(ModuleLifecycleTest, SetCurrentDataBaseKeepsOnlyTheFileNameInsideTheCusto
   const fs::path elsewhere = fs::temp_directory_path();
   fs::current_path(elsewhere);
 
-  // An existing file of another directory: its name, in the customer's directory.
-  module->CallMethod("SetCurrentDataBase", {{"DataBaseName", "arquivo/OUTRO.FDB"}}, nullptr);
+  // A plain name of a file in the customer's directory opens it.
+  module->CallMethod("SetCurrentDataBase", {{"DataBaseName", "OUTRO.FDB"}}, nullptr);
   SetDebugOutput(nullptr);
   EXPECT_EQ(fs::current_path(), Root()) << "back in the application root";
   EXPECT_EQ(module->CallMethod("GetCurrentDataBase", json::object(), nullptr),
@@ -141,18 +140,25 @@ TEST_F(ModuleLifecycleTest, SetCurrentDataBaseKeepsOnlyTheFileNameInsideTheCusto
   ExpectAllPointAtTheConnection(*module);
   EXPECT_EQ(debug, (std::vector<std::string>{"TGenericDAO", "TProdutoDAO"}));
 
-  // A name that does not exist: the customer's own database.
+  // A name that does not exist in the customer's directory: the customer's own database,
+  // even when a file of that name exists elsewhere (the root's conn.conf here).
   module->CallMethod("SetCurrentDataBase", {{"DataBaseName", "NAOHA.FDB"}}, nullptr);
   EXPECT_EQ(module->GetCurrentDataBase(), "CustomersDB/ACME/ZO.FDB");
   EXPECT_EQ(module->CallMethod("GetCount", {{"AClassName", "TCidade"}}, nullptr), 0);
-  ExpectAllPointAtTheConnection(*module);
+  module->CallMethod("SetCurrentDataBase", {{"DataBaseName", "OUTRO.FDB"}}, nullptr);
 
-  // A file that exists only outside the customer's directory cannot be opened; nothing is
-  // left pointing at the connection that was given up.
-  EXPECT_THROW(
-      module->CallMethod("SetCurrentDataBase", {{"DataBaseName", "arquivo/SOFORA.FDB"}}, nullptr),
-      std::exception);
-  EXPECT_EQ(module->GetCurrentDataBase(), "CustomersDB/ACME/SOFORA.FDB");
+  // Names with a directory, "..", and a file of the directory that is no database: one
+  // answer for all, and the module goes on with the connection it had.
+  for (const std::string name : {"arquivo/SOFORA.FDB", "../ACME/ZO.FDB", "..", "/etc/hostname",
+                                 "conn.conf", ".hidden", "a\\b.FDB"}) {
+    EXPECT_EQ(MessageOf([&] {
+                module->CallMethod("SetCurrentDataBase", {{"DataBaseName", name}}, nullptr);
+              }),
+              kDatabaseUnavailable)
+        << name;
+    EXPECT_EQ(module->GetCurrentDataBase(), "CustomersDB/ACME/OUTRO.FDB") << name;
+    EXPECT_EQ(module->CallMethod("GetCount", {{"AClassName", "TCidade"}}, nullptr), 1) << name;
+  }
   ExpectAllPointAtTheConnection(*module);
 
   // An empty name closes the connection and keeps it.

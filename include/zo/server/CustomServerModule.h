@@ -1,9 +1,12 @@
 #pragma once
 
+#include <zo/Export.h>
+
 #include <cstdint>
 #include <functional>
 #include <map>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -15,6 +18,8 @@
 #include <zo/core/User.h>
 #include <zo/core/WaitScreen.h>
 #include <zo/server/Components.h>
+#include <zo/server/Refusals.h>
+#include <zo/server/UserRoles.h>
 
 namespace zo {
 
@@ -26,13 +31,34 @@ class TZoCallback;
 class TZoCustomServerModule;
 
 // A remote call that names no method of the module, or passes parameters of the wrong kind.
-class EMethodNotFound : public Exception {
+class ZO_EXPORT EMethodNotFound : public Exception {
  public:
   using Exception::Exception;
 };
-class EInvalidParams : public Exception {
+class ZO_EXPORT EInvalidParams : public Exception {
  public:
   using Exception::Exception;
+};
+
+// What a client hears when a database cannot be opened or a database name is refused: the
+// engine's own text (file paths, lock files) goes to the log only.
+inline constexpr const char* kDatabaseUnavailable = "base de dados indisponível";
+
+// A remote call the authorization hook refused; the message says what and why.
+class ZO_EXPORT EAccessDenied : public Exception {
+ public:
+  using Exception::Exception;
+};
+
+// What a remote call is about to do, as the authorization hook sees it.
+enum class TAccessKind { akRead, akInsert, akUpdate, akDelete, akBlobRead, akBlobWrite, akAction };
+
+struct ZO_EXPORT TAccessRequest {
+  std::string method;  // the remote method ("GetStrList", "SetUserRole", an application's own)
+  TAccessKind kind = TAccessKind::akRead;
+  TDataObjectClass cls = nullptr;       // the class concerned; nullptr for actions
+  std::vector<std::string> properties;  // reads: the properties read; empty: the whole object
+  std::vector<int32_t> ids;             // the records concerned, when the call names them
 };
 
 enum TModuleEvent : int {
@@ -48,7 +74,7 @@ enum TModuleEvent : int {
 using TOnModuleEvent = std::function<void(TZoCustomServerModule& sender, TModuleEvent event)>;
 
 // What a module is made with: who connects and for which customer.
-struct TModuleCreateArgs {
+struct ZO_EXPORT TModuleCreateArgs {
   std::string username;
   std::string customerID;
   std::string customerPwd;
@@ -65,7 +91,7 @@ struct TModuleCreateArgs {
 // functions: the constructor stores the arguments, then AfterConstruction (called by the
 // server class) creates the data-set providers and calls the virtual Init, which opens the
 // connection and loads the user.
-class TZoCustomServerModule : public TComponent {
+class ZO_EXPORT TZoCustomServerModule : public TComponent {
  public:
   explicit TZoCustomServerModule(const TModuleCreateArgs& args);
   ~TZoCustomServerModule() override;
@@ -86,6 +112,10 @@ class TZoCustomServerModule : public TComponent {
 
   // Remote methods.
   void SetCurrentDataBase(const std::string& dataBaseName);
+  // SetCurrentDataBase as clients may call it: a plain file name of the customer's directory
+  // ("" closes the connection). Every refusal and every file that does not open gives
+  // kDatabaseUnavailable, and the module keeps the connection it had.
+  void SetCurrentDataBaseRemote(const std::string& dataBaseName);
   std::string GetCurrentDataBase() const;
   void Release() {}
   int32_t Insert(const nlohmann::json& jObj, TZoCallback* Callback);
@@ -105,6 +135,27 @@ class TZoCustomServerModule : public TComponent {
   std::string GetStrList(const std::string& AClassName, const std::string& AProperties,
                          const std::string& ACondition);
   void Validate(const nlohmann::json& jObj);
+
+  // Users' roles and passwords, for administrators (and a user's own password).
+  std::string GetUserRole(int32_t id);
+  void SetUserRole(int32_t id, const std::string& ARole);
+  void SetUserPassword(int32_t id, const std::string& APassword);
+
+  // Authorization, consulted by every remote method before it touches anything: nullopt
+  // allows, a text refuses with that reason. The default policy guards the users' table
+  // (everyone reads Login and Nome; only administrators write users; the last administrator
+  // can be neither deleted nor demoted) and allows everything else. Override to add rules,
+  // and call this one for what you do not decide yourself.
+  virtual std::optional<std::string> CheckAccess(const TAccessRequest& request);
+  // Raises EAccessDenied (and reports the refusal) when CheckAccess refuses.
+  void Demand(const TAccessRequest& request);
+  // A client's condition over `cls`, checked against the strict grammar (RemoteCondition.h)
+  // and, for the properties it reads, by the authorization hook: what to hand to a DAO.
+  // Applications' own methods that take a condition use it too.
+  std::string CheckedCondition(const std::string& method, TDataObjectClass cls,
+                               const std::string& condition);
+  TUserRole UserRole() const { return fUserRole; }
+  bool IsAdmin() const { return fUserRole == TUserRole::urAdmin; }
 
   // Runs the remote method `method` with JSON-RPC named parameters (the argument names above:
   // jObj, AClassName, id, ACondition, jArray, APropertyName, AStream (base64), currentID,
@@ -161,6 +212,26 @@ class TZoCustomServerModule : public TComponent {
   void DropCallback(const TZoCallback* callback) noexcept;
   nlohmann::json Dispatch(const std::string& method, const nlohmann::json& params,
                           TZoCallback* callback);
+  // Opens `target` (a path from the application root) and, only once it is open, makes it the
+  // module's connection.
+  void SwitchDataBase(const std::string& target);
+  // Update must not take the insertion stamp or the user from the client: the stored ones
+  // are put back before the DAO sees the object.
+  void KeepServerOwnedFields(TGenericDAO& dao, TBaseDataObject& obj) const;
+  static std::string KeyName(TDataObjectClass cls);
+  // Keys are the server's: an inserted object and the items of its lists are always new
+  // records, whatever keys the client sent (an item's key would otherwise move a stored item
+  // of another record into this one).
+  static void ForgetClientKeys(TBaseDataObject& obj);
+  // The default policy's rules for the users' table.
+  std::optional<std::string> CheckUserAccess(const TAccessRequest& request) const;
+  // Not a policy but an invariant, checked after any policy: the users' table always keeps
+  // an administrator once it has one.
+  std::optional<std::string> LastAdminRule(const TAccessRequest& request) const;
+  // Refuses a client's database name unless it is a plain file name (no directory, no "..").
+  void CheckRemoteDataBaseName(const std::string& name) const;
+  // Reports a refusal with this module's customer, user and `method`.
+  void Refused(TRefusalKind kind, const std::string& method, const std::string& detail) const;
   // The connection owned by the module, kept as a component-independent slot.
   void ReplaceConnection(std::unique_ptr<TSQLConnection> connection);
 
@@ -177,6 +248,7 @@ class TZoCustomServerModule : public TComponent {
   TSQLConnection* fSqlConnection = nullptr;
   TZoCustomServerModule* fOwnerModule = nullptr;
   std::unique_ptr<TUser> fUser;
+  TUserRole fUserRole = TUserRole::urOrdinary;
   std::string fCustomerID;
   std::string fUsername;
   std::string fCustomerPwd;
@@ -185,7 +257,7 @@ class TZoCustomServerModule : public TComponent {
 
 // The application root: the directory relative paths ("conn.conf", "CustomersDB/...") are
 // resolved against. Set once at start-up (the server also makes it the current directory).
-void SetApplicationRoot(const std::string& root);
-std::string ApplicationRoot();
+ZO_EXPORT void SetApplicationRoot(const std::string& root);
+ZO_EXPORT std::string ApplicationRoot();
 
 }  // namespace zo
