@@ -11,7 +11,13 @@ packages=(
   libboost-dev libboost-system-dev
   libssl-dev
   dpkg-dev  # dpkg-shlibdeps: run-time dependencies of the Debian packages (cpack)
+  chromium
 )
+# Node.js for the console and the TypeScript client. Debian's nodejs, unless a nodejs package
+# is already installed; Debian's npm only when no npm came with it (some builds of nodejs
+# bundle npm and conflict with the separate package).
+if ! command -v node >/dev/null 2>&1; then packages+=(nodejs); fi
+if ! command -v npm >/dev/null 2>&1; then packages+=(npm); fi
 
 missing=()
 for p in "${packages[@]}"; do

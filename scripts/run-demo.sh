@@ -7,7 +7,7 @@ cd "$(dirname "$0")/.."
 
 ./scripts/bootstrap.sh
 cmake -S . -B build -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo >/dev/null
-cmake --build build -j "$(nproc)" --target zo-server zo-schema zo-client
+cmake --build build -j "$(nproc)" --target zo-server zo-schema zo-client console
 
 ROOT="$PWD/run"
 SCHEMA="$PWD/build/apps/zo-schema/zo-schema"
@@ -26,6 +26,8 @@ Connect from another terminal, for example:
   ./build/apps/zo-client/zo-client --customer demo --user demo --password demo get TPedido 1
   ./build/apps/zo-client/zo-client --customer demo --user demo --password demo action RecalcularTotais
 (./build/apps/zo-client/zo-client --help lists every command)
+Or open the browser console at http://127.0.0.1:7070/console/ (customer demo, user demo,
+password demo).
 
 HINT
 exec ./build/apps/zo-server/zo-server --root "$ROOT" "$@"

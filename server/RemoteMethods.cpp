@@ -162,6 +162,9 @@ nlohmann::json TZoCustomServerModule::Dispatch(const std::string& method, const 
     return nullptr;
   }
   if (method == "GetCurrentDataBase") return GetCurrentDataBase();
+  if (method == "GetClasses") return GetClasses();
+  if (method == "GetActions") return GetActions();
+  if (method == "GetSchema") return GetSchema();
   if (method == "Release") {
     Release();
     return nullptr;

@@ -37,6 +37,7 @@ struct Options {
   int callbackTimeoutSeconds = 300;
   std::size_t maxMessageBytes = 16 * 1024 * 1024;
   rpc::LogLevel logLevel = rpc::LogLevel::kInfo;
+  std::string consoleDir;  // empty: "console" beside the executable, when it exists
 };
 
 void PrintHelp(const std::string& program, const TServerApplication& app) {
@@ -55,6 +56,8 @@ void PrintHelp(const std::string& program, const TServerApplication& app) {
                "                        S seconds cancels its call (default 300)\n"
                "  --max-message BYTES   largest accepted message (default 16 MiB)\n"
                "  --log-level LEVEL     off, error, info or debug (default info)\n"
+               "  --console-dir DIR     the browser console's files, served at /console/\n"
+               "                        (default: console/ beside the executable)\n"
                "  --version             print the version and exit\n"
                "  --help                this text\n";
 }
@@ -99,6 +102,11 @@ std::optional<Options> Parse(int argc, char** argv) {
       o.maxMessageBytes = static_cast<std::size_t>(ParseInt(arg, value, 1024, 1 << 30));
     } else if (arg == "--log-level") {
       o.logLevel = ParseLevel(value);
+    } else if (arg == "--console-dir") {
+      o.consoleDir = fs::absolute(value).string();  // before the change to the root
+      if (!fs::is_directory(o.consoleDir)) {
+        throw Exception("Diretório do console inexistente: " + o.consoleDir);
+      }
     } else {
       throw Exception("Opção desconhecida: " + arg);
     }
@@ -128,6 +136,14 @@ rpc::LogSink MakeLogSink() {
     std::lock_guard lock(*mutex);
     std::cerr << Timestamp() << " " << line << std::endl;
   };
+}
+
+// The console's directory: the option's, or console/ beside the executable when it exists.
+std::string ConsoleDir(const Options& options) {
+  if (!options.consoleDir.empty()) return options.consoleDir;
+  const fs::path beside = fs::path(ExecutableDir()) / "console";
+  std::error_code ec;
+  return fs::is_directory(beside, ec) ? beside.string() : std::string();
 }
 
 // Every refusal (condition, authorization, database name, login) as one warning line.
@@ -217,6 +233,7 @@ int RunAppServer(int argc, char** argv, const TServerApplication& app) {
     rpcOptions.maxMessageSize = options->maxMessageBytes;
     rpcOptions.logLevel = options->logLevel;
     rpcOptions.logSink = log;
+    rpcOptions.staticDir = ConsoleDir(*options);
     // Caught from before the announcement on: whoever reads "listening" and at once sends
     // SIGTERM must get a graceful stop, not the signal's default death.
     boost::asio::io_context signalIo;
@@ -227,6 +244,10 @@ int RunAppServer(int argc, char** argv, const TServerApplication& app) {
     std::cout << app.name << " listening on ws://" << options->bind << ":" << server.Port()
               << "/zo and http://" << options->bind << ":" << server.Port() << "/zo/rpc\n"
               << "application root: " << ApplicationRoot() << "\n"
+              << (rpcOptions.staticDir.empty()
+                      ? std::string()
+                      : "console: http://" + options->bind + ":" + std::to_string(server.Port()) +
+                            rpcOptions.staticPath + "\n")
               << "Ctrl-C stops the server." << std::endl;
     signalIo.run();  // returns once the signal's handler has run
     server.Stop();

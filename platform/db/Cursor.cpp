@@ -6,25 +6,28 @@
 
 namespace zo::db {
 
-Cursor::Cursor(std::shared_ptr<Session> session, fb::Statement statement,
+Cursor::Cursor(std::shared_ptr<Session> session, PreparedStatement statement,
                Firebird::ITransaction* transaction, bool hasCursor)
     : session_(std::move(session)),
       transaction_(fb::Ref<Firebird::ITransaction>::Share(transaction)),
       statement_(std::move(statement)) {
   fb::Status status;
   auto* s = status.Throwing();
-  const fb::Ref<Firebird::IMessageMetadata> metadata(statement_->getOutputMetadata(s));
+  Firebird::IStatement* const st = statement_.statement.get();
+  const fb::Ref<Firebird::IMessageMetadata> metadata(st->getOutputMetadata(s));
   layout_ = ColumnLayout(metadata.get());
   row_.resize(layout_.MessageLength());
   if (hasCursor) {
-    resultSet_ =
-        fb::ResultSet(statement_->openCursor(s, transaction, nullptr, nullptr, metadata.get(), 0));
+    resultSet_ = fb::ResultSet(st->openCursor(s, transaction, statement_.InputMetadata(),
+                                              statement_.InputMessage(), metadata.get(), 0));
     position_ = Position::BeforeRows;
   } else if (!layout_.Columns().empty()) {
-    statement_->execute(s, transaction, nullptr, nullptr, metadata.get(), row_.data());
+    st->execute(s, transaction, statement_.InputMetadata(), statement_.InputMessage(),
+                metadata.get(), row_.data());
     position_ = Position::BeforeSingleRow;
   } else {
-    statement_->execute(s, transaction, nullptr, nullptr, nullptr, nullptr);
+    st->execute(s, transaction, statement_.InputMetadata(), statement_.InputMessage(), nullptr,
+                nullptr);
   }
   session_->Register(this);
 }
@@ -66,7 +69,9 @@ bool Cursor::Next() {
 void Cursor::End(const char* reason) noexcept {
   endedBecause_ = reason;
   resultSet_.Reset();
-  statement_.Reset();
+  if (statement_.statement) {
+    session_->Statements().Return(statement_);
+  }
   transaction_.Reset();
 }
 

@@ -9,6 +9,7 @@
 #include "platform/db/ColumnLayout.h"
 #include "platform/db/FbHandles.h"
 #include "platform/db/FieldValue.h"
+#include "platform/db/StatementCache.h"
 
 namespace zo::db {
 
@@ -18,10 +19,11 @@ class Session;
 // with output values but no cursor (EXECUTE PROCEDURE, ... RETURNING) gives its single row;
 // one without output gives no rows. Registered with its session, which ends it (End) before
 // ending its transaction or the attachment; after that the row already fetched stays readable
-// (except blobs) and anything needing Firebird throws zo::Exception with the reason.
+// (except blobs) and anything needing Firebird throws zo::Exception with the reason. A statement
+// kept for reuse goes back to the session's cache when the cursor ends.
 class Cursor {
  public:
-  Cursor(std::shared_ptr<Session> session, fb::Statement statement,
+  Cursor(std::shared_ptr<Session> session, PreparedStatement statement,
          Firebird::ITransaction* transaction, bool hasCursor);
   ~Cursor();
   Cursor(const Cursor&) = delete;
@@ -44,7 +46,7 @@ class Cursor {
 
   std::shared_ptr<Session> session_;
   fb::Ref<Firebird::ITransaction> transaction_;
-  fb::Statement statement_;
+  PreparedStatement statement_;
   fb::ResultSet resultSet_;
   ColumnLayout layout_;
   std::vector<unsigned char> row_;

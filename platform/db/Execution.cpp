@@ -2,27 +2,124 @@
 
 #include <algorithm>
 #include <cctype>
+#include <optional>
 
+#include <zo/platform/db/DatabaseError.h>
 #include "platform/db/Cursor.h"
+#include "platform/db/LiteralLifting.h"
 #include "platform/db/Session.h"
 #include "platform/db/StatementText.h"
-#include <zo/platform/db/DatabaseError.h>
 
 namespace zo::db {
 namespace {
 
-// Prepared per execution: Firebird 3 keeps no statement cache and the texts carry their
-// values inline, so a prepared statement would rarely be reused.
-fb::Statement Prepare(Session& session, Firebird::ITransaction* transaction,
-                      const std::string& sql) {
-  CheckStatementText(sql);
+fb::Statement PrepareText(Session& session, Firebird::ITransaction* transaction,
+                          const std::string& sql) {
   fb::Status status;
+  return fb::Statement(session.Attachment()->prepare(
+      status.Throwing(), transaction, static_cast<unsigned>(sql.size()), sql.c_str(),
+      session.Dialect(), Firebird::IStatement::PREPARE_PREFETCH_METADATA));
+}
+
+// The text exactly as given, prepared for this execution only: errors name what the caller
+// wrote.
+PreparedStatement PrepareAsGiven(Session& session, Firebird::ITransaction* transaction,
+                                 const std::string& sql) {
   try {
-    return fb::Statement(session.Attachment()->prepare(
-        status.Throwing(), transaction, static_cast<unsigned>(sql.size()), sql.c_str(),
-        session.Dialect(), Firebird::IStatement::PREPARE_PREFETCH_METADATA));
+    return PreparedStatement{PrepareText(session, transaction, sql), {}, {}, {}, false};
   } catch (const EDatabaseError& e) {
     throw EDatabaseError(WithTrueEndPosition(e.what(), sql), e.ErrorCode());
+  }
+}
+
+// A data statement with its literals lifted runs a kept prepared statement with the values as
+// parameters; anything the lifting or the parameters' description cannot vouch for runs as
+// given (see LiteralLifting.h and StatementInput.h).
+PreparedStatement Prepare(Session& session, Firebird::ITransaction* transaction,
+                          const std::string& sql) {
+  CheckStatementText(sql);
+  const StatementKind kind = ClassifyStatement(sql);
+  if (kind == StatementKind::MetadataChanging) {
+    session.MetadataChanging();
+  }
+  if (kind != StatementKind::Data || !session.KeepsStatements()) {
+    return PrepareAsGiven(session, transaction, sql);
+  }
+  std::optional<LiftedStatement> lifted = LiftLiterals(sql);
+  if (!lifted) {
+    return PrepareAsGiven(session, transaction, sql);
+  }
+  StatementCache& cache = session.Statements();
+  bool found = false;
+  StatementCache::Entry entry = cache.Take(lifted->text, found);
+  if (!found) {
+    try {
+      entry.statement = PrepareText(session, transaction, lifted->text);
+      entry.input = std::make_shared<const StatementInput>(entry.statement.get());
+    } catch (const EDatabaseError&) {
+      entry = {};  // remembered as not preparing; the text as given tells the caller why
+    }
+  }
+  if (!entry.statement || !entry.input->Accepts(lifted->literals)) {
+    cache.Give(lifted->text, std::move(entry));
+    return PrepareAsGiven(session, transaction, sql);
+  }
+  PreparedStatement prepared{std::move(entry.statement), std::move(lifted->text), entry.input,
+                             entry.input->Encode(lifted->literals), found};
+  return prepared;
+}
+
+// Errors a kept statement gets when the metadata it was prepared against has changed.
+bool IsMetadataError(const EDatabaseError& e) {
+  switch (e.ErrorCode()) {
+    case isc_dsql_error:
+    case isc_obsolete_metadata:
+    case isc_no_meta_update:
+    case isc_dsql_relation_err:
+    case isc_dsql_field_err:
+    case isc_dsql_procedure_err:
+      return true;
+    default:
+      return false;
+  }
+}
+
+// Errors of waiting for a lock: running the statement again would wait as long again.
+bool IsLockError(const EDatabaseError& e) {
+  switch (e.ErrorCode()) {
+    case isc_deadlock:
+    case isc_lock_conflict:
+    case isc_update_conflict:
+    case isc_lock_timeout:
+      return true;
+    default:
+      return false;
+  }
+}
+
+// Prepares `sql` and hands it to `run`. A kept statement that fails on changed metadata is
+// prepared once more. A lifted statement that fails otherwise runs again as given, so the
+// caller sees the error of the text it wrote (a value converted into a parameter is reported
+// differently from the same value as a literal). A failed statement has no effect, so running
+// it again is safe; only lock waits are not repeated.
+template <class Run>
+auto WithStatement(Session& session, Firebird::ITransaction* transaction, const std::string& sql,
+                   Run run) {
+  for (int attempt = 0;; ++attempt) {
+    PreparedStatement prepared = Prepare(session, transaction, sql);
+    const bool lifted = !prepared.cacheKey.empty();
+    const bool reused = prepared.reused;
+    try {
+      return run(prepared);
+    } catch (const EDatabaseError& e) {
+      if (!lifted || IsLockError(e)) throw;
+      if (reused && attempt == 0 && IsMetadataError(e)) {
+        session.Statements().Clear();
+        continue;
+      }
+    }
+    PreparedStatement asGiven = PrepareAsGiven(session, transaction, sql);
+    return run(asGiven);
   }
 }
 
@@ -43,7 +140,7 @@ std::string FirstWord(const std::string& sql) {
 // Firebird knows, but asking costs an engine call of about a microsecond on the embedded
 // engine, several percent of a key lookup; so texts whose first word settles it are not
 // asked about. Anything else (EXECUTE, a leading comment, ...) is.
-bool HasCursor(fb::Statement& statement, const std::string& sql) {
+bool HasCursor(Firebird::IStatement* statement, const std::string& sql) {
   const std::string first = FirstWord(sql);
   if (first == "SELECT" || first == "WITH") {
     return true;
@@ -61,16 +158,19 @@ void Commit(fb::Transaction& transaction) {
 
 // Runs the statement and throws away whatever it returns. Without output metadata Firebird
 // still executes a statement that has output (EXECUTE PROCEDURE, RETURNING) and drops it.
-void ExecuteDiscarding(fb::Statement& statement, Firebird::ITransaction* transaction,
+void ExecuteDiscarding(PreparedStatement& prepared, Firebird::ITransaction* transaction,
                        const std::string& sql) {
   fb::Status status;
   auto* s = status.Throwing();
+  Firebird::IStatement* const statement = prepared.statement.get();
   if (HasCursor(statement, sql)) {
-    fb::ResultSet rows(statement->openCursor(s, transaction, nullptr, nullptr, nullptr, 0));
+    fb::ResultSet rows(statement->openCursor(s, transaction, prepared.InputMetadata(),
+                                             prepared.InputMessage(), nullptr, 0));
     rows.EndWith([](Firebird::IResultSet* r, fb::ThrowStatus* st) { r->close(st); });
     return;
   }
-  statement->execute(s, transaction, nullptr, nullptr, nullptr, nullptr);
+  statement->execute(s, transaction, prepared.InputMetadata(), prepared.InputMessage(), nullptr,
+                     nullptr);
 }
 
 }  // namespace
@@ -79,18 +179,19 @@ std::unique_ptr<Cursor> RunQuery(const std::shared_ptr<Session>& session, const 
   session->Trace(sql);
   Firebird::ITransaction* const active = session->ExplicitTransaction();
   Firebird::ITransaction* const prepareIn = active ? active : session->ReadTransaction();
-  fb::Statement statement = Prepare(*session, prepareIn, sql);
-  const bool hasCursor = HasCursor(statement, sql);
-  if (active || hasCursor) {
-    return std::make_unique<Cursor>(session, std::move(statement), prepareIn, hasCursor);
-  }
-  // EXECUTE PROCEDURE or ... RETURNING outside a transaction: auto-commit. Its one row is
-  // already in the cursor's buffer when the commit happens.
-  fb::Transaction autoCommit = session->StartWriteTransaction();
-  auto cursor = std::make_unique<Cursor>(session, std::move(statement), autoCommit.get(), false);
-  session->EndCursors(autoCommit.get(), "The statement's transaction has ended");
-  Commit(autoCommit);
-  return cursor;
+  return WithStatement(*session, prepareIn, sql, [&](PreparedStatement& prepared) {
+    const bool hasCursor = HasCursor(prepared.statement.get(), sql);
+    if (active || hasCursor) {
+      return std::make_unique<Cursor>(session, std::move(prepared), prepareIn, hasCursor);
+    }
+    // EXECUTE PROCEDURE or ... RETURNING outside a transaction: auto-commit. Its one row is
+    // already in the cursor's buffer when the commit happens.
+    fb::Transaction autoCommit = session->StartWriteTransaction();
+    auto cursor = std::make_unique<Cursor>(session, std::move(prepared), autoCommit.get(), false);
+    session->EndCursors(autoCommit.get(), "The statement's transaction has ended");
+    Commit(autoCommit);
+    return cursor;
+  });
 }
 
 std::int64_t RunUpdate(Session& session, const std::string& sql, bool countRows) {
@@ -101,14 +202,18 @@ std::int64_t RunUpdate(Session& session, const std::string& sql, bool countRows)
     autoCommit = session.StartWriteTransaction();
   }
   Firebird::ITransaction* const transaction = active ? active : autoCommit.get();
-  fb::Statement statement = Prepare(session, transaction, sql);
-  ExecuteDiscarding(statement, transaction, sql);
-  std::int64_t changed = -1;
-  if (countRows) {
-    fb::Status status;
-    changed = static_cast<std::int64_t>(statement->getAffectedRecords(status.Throwing()));
-  }
-  statement.Reset();
+  const std::int64_t changed =
+      WithStatement(session, transaction, sql, [&](PreparedStatement& prepared) {
+        ExecuteDiscarding(prepared, transaction, sql);
+        std::int64_t rows = -1;
+        if (countRows) {
+          fb::Status status;
+          rows =
+              static_cast<std::int64_t>(prepared.statement->getAffectedRecords(status.Throwing()));
+        }
+        session.Statements().Return(prepared);
+        return rows;
+      });
   if (autoCommit) {
     Commit(autoCommit);
   }

@@ -51,6 +51,7 @@ void Session::Close() noexcept {
   levels_.clear();
   explicit_.Reset();
   read_.Reset();
+  statements_.Clear();  // statements are freed before their attachment goes
   attachment_.Reset();
 }
 
@@ -106,6 +107,7 @@ void Session::Commit(std::uint64_t level) {
     EndCursors(explicit_.get(), "The reader's transaction has ended");
     // A failed commit leaves the transaction active, so the caller can still roll it back.
     explicit_.EndWith([](Firebird::ITransaction* t, fb::ThrowStatus* s) { t->commit(s); });
+    TransactionEnded();
   } else {
     ExecuteInExplicit("RELEASE SAVEPOINT " + SavepointName(depth));
   }
@@ -118,6 +120,7 @@ void Session::Rollback(std::uint64_t level) {
     // Whatever Firebird answers, the transaction is over: a failed rollback still releases it.
     EndCursors(explicit_.get(), "The reader's transaction has ended");
     levels_.clear();
+    TransactionEnded();
     fb::Transaction ending = std::move(explicit_);
     ending.EndWith([](Firebird::ITransaction* t, fb::ThrowStatus* s) { t->rollback(s); });
     return;
@@ -143,6 +146,18 @@ void Session::EndCursors(Firebird::ITransaction* transaction, const char* reason
     if (transaction == nullptr || cursor->RunsIn(transaction)) {
       cursor->End(reason);
     }
+  }
+}
+
+void Session::MetadataChanging() noexcept {
+  statements_.Clear();
+  if (InTransaction()) metadataChangedInTransaction_ = true;
+}
+
+void Session::TransactionEnded() noexcept {
+  if (metadataChangedInTransaction_) {
+    statements_.Clear();
+    metadataChangedInTransaction_ = false;
   }
 }
 

@@ -9,6 +9,7 @@
 
 #include "platform/db/ConnectOptions.h"
 #include "platform/db/FbHandles.h"
+#include "platform/db/StatementCache.h"
 
 namespace zo::db {
 
@@ -64,6 +65,13 @@ class Session {
   // Closes the Firebird side of the cursors running in `transaction` (all when null).
   void EndCursors(Firebird::ITransaction* transaction, const char* reason) noexcept;
 
+  // Prepared statements kept for reuse on this attachment (see Execution.cpp).
+  StatementCache& Statements() { return statements_; }
+  // Called before a statement that may change metadata runs: kept statements go, and inside an
+  // explicit transaction none are kept until it ends (its DDL may still be rolled back).
+  void MetadataChanging() noexcept;
+  bool KeepsStatements() const { return statements_.Enabled() && !metadataChangedInTransaction_; }
+
   void SetTrace(TraceFn trace) { trace_ = std::move(trace); }
   void Trace(const std::string& text) const {
     if (trace_) {
@@ -74,6 +82,7 @@ class Session {
  private:
   std::size_t DepthOf(std::uint64_t level) const;  // throws when the level is not active
   void ExecuteInExplicit(const std::string& sql);
+  void TransactionEnded() noexcept;
 
   fb::Ref<Firebird::IProvider> provider_;
   fb::Attachment attachment_;
@@ -84,6 +93,8 @@ class Session {
   std::uint64_t nextLevel_ = 1;
   std::vector<Cursor*> cursors_;
   TraceFn trace_;
+  StatementCache statements_{DefaultStatementCacheSize()};
+  bool metadataChangedInTransaction_ = false;
 };
 
 }  // namespace zo::db

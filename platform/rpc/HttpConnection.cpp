@@ -11,6 +11,7 @@
 #include "platform/rpc/JsonRpc.h"
 #include <zo/platform/rpc/RpcError.h>
 #include "platform/rpc/ServerContext.h"
+#include "platform/rpc/StaticFiles.h"
 #include "platform/rpc/WsConnection.h"
 
 namespace zo::rpc {
@@ -94,6 +95,7 @@ void HttpConnection::Route() {
     if (path == "/zo") return Upgrade();
     return Respond(http::status::not_found, "Not found\n", true);
   }
+  if (ServeStaticFile()) return;
   if (path != "/zo/rpc") return Respond(http::status::not_found, "Not found\n");
   if (request.method() != http::verb::post) {
     return Respond(http::status::method_not_allowed, "Use POST\n");
@@ -136,6 +138,39 @@ void HttpConnection::Respond(http::status status, std::string body, bool close) 
                     [self = shared_from_this(), response](const error_code& error, std::size_t) {
                       self->OnWritten(response->need_eof(), error);
                     });
+}
+
+// Answers a request under the static path; false when the request is not one.
+bool HttpConnection::ServeStaticFile() {
+  const auto& options = server_.options;
+  if (options.staticDir.empty()) return false;
+  const Request& request = parser_->get();
+  const auto method = request.method_string();
+  const auto target = request.target();
+  auto reply = ServeStatic(options.staticDir, options.staticPath,
+                           std::string_view(method.data(), method.size()),
+                           std::string_view(target.data(), target.size()));
+  if (!reply) return false;
+  auto response = std::make_shared<http::response<http::string_body>>(
+      static_cast<http::status>(reply->status), request.version() == 10 ? 10 : 11);
+  response->set(http::field::server, "ZoServer");
+  response->set(http::field::content_type, reply->contentType);
+  response->set(http::field::cache_control, "no-cache");
+  response->set("X-Content-Type-Options", "nosniff");
+  response->set("Content-Security-Policy",
+                "default-src 'self'; img-src 'self' data:; "
+                "object-src 'none'; base-uri 'none'; frame-ancestors 'none'");
+  if (!reply->location.empty()) response->set(http::field::location, reply->location);
+  if (reply->status == 405) response->set(http::field::allow, "GET");
+  response->keep_alive(request.keep_alive());
+  response->body() = std::move(reply->body);
+  response->prepare_payload();
+  stream_.expires_after(kIdleTimeout);
+  http::async_write(stream_, *response,
+                    [self = shared_from_this(), response](const error_code& error, std::size_t) {
+                      self->OnWritten(response->need_eof(), error);
+                    });
+  return true;
 }
 
 void HttpConnection::OnWritten(bool close, const error_code& error) {

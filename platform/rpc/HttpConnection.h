@@ -35,6 +35,7 @@ class HttpConnection : public IConnection, public std::enable_shared_from_this<H
   void Upgrade();
   void ServeRpc();
   void Respond(boost::beast::http::status status, std::string body, bool close = false);
+  bool ServeStaticFile();
   void OnWritten(bool close, const boost::system::error_code& error);
   void RefuseOversized();
   void DrainAndClose();

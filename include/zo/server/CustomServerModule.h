@@ -135,6 +135,12 @@ class ZO_EXPORT TZoCustomServerModule : public TComponent {
   std::string GetStrList(const std::string& AClassName, const std::string& AProperties,
                          const std::string& ACondition);
   void Validate(const nlohmann::json& jObj);
+  // Read-only metadata: the registered classes with their properties and the methods the
+  // application added (ClassCatalog.cpp), the tables of the live database (SchemaCatalog.cpp).
+  // Each asks the authorization hook first (a read without a class).
+  nlohmann::json GetClasses();
+  nlohmann::json GetActions();
+  nlohmann::json GetSchema();
 
   // Users' roles and passwords, for administrators (and a user's own password).
   std::string GetUserRole(int32_t id);

@@ -25,6 +25,9 @@ struct RpcServerOptions {
   std::chrono::milliseconds stopTimeout = std::chrono::seconds(30);     // Stop's wait for calls
   LogLevel logLevel = LogLevel::kInfo;
   LogSink logSink;  // empty: one line at a time to stderr
+  // Static files served to browsers with GET under staticPath (e.g. the console); empty: none.
+  std::string staticDir;
+  std::string staticPath = "/console/";
 };
 
 // The remote-method server: one TCP port serving WebSocket clients at "/zo" and HTTP clients
