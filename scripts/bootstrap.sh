@@ -9,7 +9,7 @@ packages=(
   firebird-dev libfbclient2 firebird3.0-server-core firebird3.0-utils firebird3.0-server
   nlohmann-json3-dev libfmt-dev
   libboost-dev libboost-system-dev
-  libssl-dev
+  libssl-dev openssl
   dpkg-dev  # dpkg-shlibdeps: run-time dependencies of the Debian packages (cpack)
   chromium
 )
