@@ -10,7 +10,7 @@ packages=(
   nlohmann-json3-dev libfmt-dev
   jq  # the installed-example test reads the example client's JSON answers
   libboost-dev libboost-system-dev
-  libssl-dev
+  libssl-dev openssl
   dpkg-dev  # dpkg-shlibdeps: run-time dependencies of the Debian packages (cpack)
   chromium
 )

@@ -29,6 +29,8 @@ constexpr const char* kUsage =
 Connection options:
   --host HOST          server address (default 127.0.0.1)
   --port PORT          server port (default 7070)
+  --tls                connect over TLS (wss://); the server's certificate must name HOST
+  --ca FILE            trusted certificates (PEM) for --tls (default: the system's)
   --customer ID        customer identifier (or ZO_CUSTOMER)
   --user LOGIN         login (or ZO_USER)
   --password PASSWORD  password (or ZO_PASSWORD; prefer the variable: arguments are visible
@@ -200,6 +202,7 @@ int main(int argc, char** argv) {
   std::string customer = Env("ZO_CUSTOMER");
   std::string user = Env("ZO_USER");
   std::string password = Env("ZO_PASSWORD");
+  zo::rpc::RpcClientOptions options;
   std::vector<std::string> command;
   try {
     for (int i = 1; i < argc; ++i) {
@@ -215,6 +218,11 @@ int main(int argc, char** argv) {
         return 0;
       } else if (arg == "--host" && hasValue) {
         host = argv[++i];
+      } else if (arg == "--tls") {
+        options.tls = true;
+      } else if (arg == "--ca" && hasValue) {
+        options.caFile = argv[++i];
+        options.tls = true;
       } else if (arg == "--port" && hasValue) {
         port = zo::text::StrToInt(argv[++i]);
       } else if (arg == "--customer" && hasValue) {
@@ -235,7 +243,7 @@ int main(int argc, char** argv) {
 
     std::signal(SIGINT, OnInterrupt);
     zo::client::ProgressBar progress(std::cerr);
-    zo::rpc::RpcClient client;
+    zo::rpc::RpcClient client(options);
     client.SetCallbackHandler([&](const json& command) -> json {
       progress.Show(command);
       return gInterrupts > 0;  // true asks the server to cancel

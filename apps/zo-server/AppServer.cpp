@@ -3,6 +3,7 @@
 #include <ibase.h>  // fb_shutdown
 #include <unistd.h>
 
+#include <algorithm>
 #include <chrono>
 #include <csignal>
 #include <ctime>
@@ -11,11 +12,13 @@
 #include <mutex>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/signal_set.hpp>
 
 #include "apps/zo-server/ModuleSession.h"
+#include "apps/zo-server/RootLock.h"
 #include <zo/core/DebugOutput.h>
 #include <zo/core/Exceptions.h>
 #include <zo/version.h>
@@ -34,9 +37,16 @@ struct Options {
   std::string root;
   int idleTimeoutSeconds = 1800;
   int workers = 8;
-  int callbackTimeoutSeconds = 300;
+  int callbackTimeoutSeconds = 30;
   std::size_t maxMessageBytes = 16 * 1024 * 1024;
   rpc::LogLevel logLevel = rpc::LogLevel::kInfo;
+  // Protections against hostile clients (see docs/security.md).
+  int maxCallbackCalls = 0;  // 0: workers - workers / 4
+  int maxQueuedCalls = 32;
+  int pingTimeoutSeconds = 120;  // 0: no pings
+  std::vector<std::string> allowedOrigins;
+  std::string tlsCert;
+  std::string tlsKey;
   std::string consoleDir;  // empty: "console" beside the executable, when it exists
 };
 
@@ -53,12 +63,21 @@ void PrintHelp(const std::string& program, const TServerApplication& app) {
                "  --idle-timeout SECS   HTTP sessions expire after this idle time (default 1800)\n"
                "  --workers N           threads running calls (default 8)\n"
                "  --callback-timeout S  a client that does not answer a progress message in\n"
-               "                        S seconds cancels its call (default 300)\n"
+               "                        S seconds cancels its call (default 30)\n"
                "  --max-message BYTES   largest accepted message (default 16 MiB)\n"
                "  --log-level LEVEL     off, error, info or debug (default info)\n"
-               "  --version             print the version and exit\n"
+               "  --max-callback-calls N  calls talking to their clients at once, over all\n"
+               "                        clients (default workers - workers/4)\n"
+               "  --max-queued-calls N  calls one client may have waiting (default 32)\n"
+               "  --ping-timeout SECS   close WebSocket clients silent this long, pinging\n"
+               "                        them half-way (default 120; 0 never)\n"
+               "  --allow-origin LIST   comma-separated Origin values accepted from browsers\n"
+               "                        (default: any)\n"
+               "  --tls-cert FILE       PEM certificate chain: serve wss:// and https:// only\n"
+               "  --tls-key FILE        PEM private key of --tls-cert\n"
                "  --console-dir DIR     the browser console's files, served at /console/\n"
                "                        (default: console/ beside the executable)\n"
+               "  --version             print the version and exit\n"
                "  --help                this text\n";
 }
 
@@ -76,6 +95,19 @@ rpc::LogLevel ParseLevel(const std::string& value) {
   if (value == "info") return rpc::LogLevel::kInfo;
   if (value == "debug") return rpc::LogLevel::kDebug;
   throw Exception("Valor inválido para --log-level: \"" + value + "\" (off, error, info, debug)");
+}
+
+// A comma-separated list, e.g. "https://a.example,https://b.example"; blanks are dropped.
+std::vector<std::string> ParseList(const std::string& value) {
+  std::vector<std::string> items;
+  std::size_t start = 0;
+  while (start <= value.size()) {
+    const std::size_t end = std::min(value.find(',', start), value.size());
+    const std::string item = text::Trim(value.substr(start, end - start));
+    if (!item.empty()) items.push_back(item);
+    start = end + 1;
+  }
+  return items;
 }
 
 // Returns nullopt when --help was asked for.
@@ -102,6 +134,19 @@ std::optional<Options> Parse(int argc, char** argv) {
       o.maxMessageBytes = static_cast<std::size_t>(ParseInt(arg, value, 1024, 1 << 30));
     } else if (arg == "--log-level") {
       o.logLevel = ParseLevel(value);
+    } else if (arg == "--max-callback-calls") {
+      o.maxCallbackCalls = ParseInt(arg, value, 1, 256);
+    } else if (arg == "--max-queued-calls") {
+      o.maxQueuedCalls = ParseInt(arg, value, 1, 100000);
+    } else if (arg == "--ping-timeout") {
+      o.pingTimeoutSeconds = ParseInt(arg, value, 0, 24 * 3600);
+    } else if (arg == "--allow-origin") {
+      const auto origins = ParseList(value);
+      o.allowedOrigins.insert(o.allowedOrigins.end(), origins.begin(), origins.end());
+    } else if (arg == "--tls-cert") {
+      o.tlsCert = value;
+    } else if (arg == "--tls-key") {
+      o.tlsKey = value;
     } else if (arg == "--console-dir") {
       o.consoleDir = fs::absolute(value).string();  // before the change to the root
       if (!fs::is_directory(o.consoleDir)) {
@@ -110,6 +155,9 @@ std::optional<Options> Parse(int argc, char** argv) {
     } else {
       throw Exception("Opção desconhecida: " + arg);
     }
+  }
+  if (o.tlsCert.empty() != o.tlsKey.empty()) {
+    throw Exception("--tls-cert e --tls-key devem ser dados juntos");
   }
   return o;
 }
@@ -154,7 +202,7 @@ void LogRefusals(const rpc::LogSink& log) {
   });
 }
 
-void EnterRoot(const Options& options) {
+fs::path EnterRoot(const Options& options) {
   const fs::path root = fs::absolute(options.root.empty() ? ExecutableDir() : options.root);
   if (!fs::is_directory(root)) throw Exception("Diretório raiz inexistente: " + root.string());
   fs::current_path(root);
@@ -163,6 +211,7 @@ void EnterRoot(const Options& options) {
     throw Exception("Falta o arquivo conn.conf no diretório raiz " + root.string() +
                     " (crie os clientes com zo-schema customer add)");
   }
+  return root;
 }
 
 // The database client library reacts to SIGINT and SIGTERM on its own: it shuts the engine
@@ -212,7 +261,7 @@ int RunAppServer(int argc, char** argv, const TServerApplication& app) {
   try {
     // Declared before the server: shuts the engine down after every module has gone.
     const DatabaseEngineShutdown engineShutdown;
-    EnterRoot(*options);
+    const RootLock rootLock(EnterRoot(*options));
     if (app.registerClasses) app.registerClasses();
     const rpc::LogSink log = MakeLogSink();
     if (options->logLevel == rpc::LogLevel::kDebug) {
@@ -233,6 +282,12 @@ int RunAppServer(int argc, char** argv, const TServerApplication& app) {
     rpcOptions.maxMessageSize = options->maxMessageBytes;
     rpcOptions.logLevel = options->logLevel;
     rpcOptions.logSink = log;
+    rpcOptions.maxCallbackCalls = static_cast<unsigned>(options->maxCallbackCalls);
+    rpcOptions.maxQueuedCalls = static_cast<unsigned>(options->maxQueuedCalls);
+    rpcOptions.pingTimeout = std::chrono::seconds(options->pingTimeoutSeconds);
+    rpcOptions.allowedOrigins = options->allowedOrigins;
+    rpcOptions.tlsCertificateFile = options->tlsCert;
+    rpcOptions.tlsKeyFile = options->tlsKey;
     rpcOptions.staticDir = ConsoleDir(*options);
     // Caught from before the announcement on: whoever reads "listening" and at once sends
     // SIGTERM must get a graceful stop, not the signal's default death.
@@ -241,8 +296,10 @@ int RunAppServer(int argc, char** argv, const TServerApplication& app) {
     signals.async_wait([](const boost::system::error_code&, int) {});
     rpc::RpcServer server(factory, rpcOptions);
     server.Start();
-    std::cout << app.name << " listening on ws://" << options->bind << ":" << server.Port()
-              << "/zo and http://" << options->bind << ":" << server.Port() << "/zo/rpc\n"
+    const std::string secure = options->tlsCert.empty() ? "" : "s";
+    std::cout << app.name << " listening on ws" << secure << "://" << options->bind << ":"
+              << server.Port() << "/zo and http" << secure << "://" << options->bind << ":"
+              << server.Port() << "/zo/rpc\n"
               << "application root: " << ApplicationRoot() << "\n"
               << (rpcOptions.staticDir.empty()
                       ? std::string()

@@ -12,6 +12,10 @@ std::string RequestText(std::int64_t id, const std::string& method, const json& 
 }
 
 json ParseMessage(const std::string& text) {
+  if (NestsDeeperThan(text, kMaxDepth)) {
+    throw Exception("The server sent a message nested deeper than " + std::to_string(kMaxDepth) +
+                    " levels");
+  }
   json message = json::parse(text, nullptr, /*allow_exceptions=*/false);
   if (!message.is_object()) throw Exception("The server sent a message that is not JSON-RPC");
   return message;

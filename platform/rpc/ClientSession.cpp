@@ -1,5 +1,7 @@
 #include "platform/rpc/ClientSession.h"
 
+#include <optional>
+
 #include "platform/rpc/CallbackChannel.h"
 #include <zo/platform/rpc/RpcError.h>
 #include "platform/rpc/ServerContext.h"
@@ -11,6 +13,9 @@ using nlohmann::json;
 using Clock = std::chrono::steady_clock;
 
 namespace {
+
+constexpr const char* kCallbacksBusy =
+    "The server is busy: too many calls are waiting for their clients' answers; try again later";
 
 bool WantsCallback(const json& params) {
   const auto it = params.find("Callback");
@@ -25,11 +30,13 @@ std::string StringParam(const json& params, const char* name) {
 }  // namespace
 
 ClientSession::ClientSession(ServerContext& server, ClientInfo info,
-                             std::shared_ptr<CallbackChannel> channel, json connectResult)
+                             std::shared_ptr<CallbackChannel> channel, json connectResult,
+                             std::function<void()> callEnded)
     : server_(server),
       info_(std::move(info)),
       channel_(std::move(channel)),
       connectResult_(std::move(connectResult)),
+      callEnded_(std::move(callEnded)),
       queue_(std::make_shared<SerialQueue>(server.pool)),
       lastActivity_(Clock::now().time_since_epoch().count()) {}
 
@@ -39,11 +46,20 @@ ClientSession::~ClientSession() = default;
 void ClientSession::Submit(Request request, Reply reply) {
   ++pending_;
   Touch();
-  queue_->Post([self = shared_from_this(), request = std::move(request), reply = std::move(reply)] {
-    self->Run(request, reply);
-    self->Touch();
-    --self->pending_;
-  });
+  // A login runs on workers of its own, so that it never waits behind other clients' calls.
+  auto pool = request.method == "connect" ? server_.connectPool : nullptr;
+  queue_->Post(
+      [self = shared_from_this(), request = std::move(request), reply = std::move(reply)] {
+        self->Run(request, reply);
+        self->Touch();
+        --self->pending_;
+        if (self->callEnded_) self->callEnded_();
+      },
+      std::move(pool));
+}
+
+bool ClientSession::Saturated() const {
+  return pending_ >= static_cast<int>(server_.options.maxQueuedCalls);
 }
 
 void ClientSession::Close(const std::string& reason) {
@@ -104,11 +120,27 @@ void ClientSession::RunConnect(const Request& request, const Reply& reply) {
 
 void ClientSession::RunCall(const Request& request, const Reply& reply) {
   const auto start = Clock::now();
+  CallRecord record{info_, request.method, session_->Customer(), session_->User(), {}};
   std::unique_ptr<TZoCallback> callback;
+  std::optional<CallLimit::Slot> slot;
   if (WantsCallback(request.params)) {
-    callback = channel_ ? channel_->MakeCallback() : MakeDroppingCallback();
+    if (channel_) {
+      // This call may wait for its client: it needs one of the places kept for such calls.
+      slot.emplace(server_.callbackCalls);
+      if (!slot->Held()) {
+        record.ok = false;
+        record.error = kCallbacksBusy;
+        if (!request.notification) {
+          reply(ErrorResponse(request.id, codes::kBusy, kCallbacksBusy));
+        }
+        server_.log.Write(LogLevel::kInfo, FormatAccessLine(record));
+        return;
+      }
+      callback = channel_->MakeCallback();
+    } else {
+      callback = MakeDroppingCallback();
+    }
   }
-  CallRecord record{info_, request.method, "", "", {}};
   std::string response;
   try {
     response =

@@ -27,8 +27,10 @@ class ClientSession : public std::enable_shared_from_this<ClientSession> {
 
   // `channel` carries callbacks to a WebSocket client; null for HTTP, whose calls get a
   // callback that drops the commands. `connectResult` is what a successful "connect" returns.
+  // `callEnded` runs on a worker after each request has been handled (the connection's cue
+  // to read again when it paused for the queue to drain).
   ClientSession(ServerContext& server, ClientInfo info, std::shared_ptr<CallbackChannel> channel,
-                nlohmann::json connectResult);
+                nlohmann::json connectResult, std::function<void()> callEnded = {});
   ~ClientSession();
 
   // Queues one request; `reply` is not called for notifications.
@@ -41,6 +43,9 @@ class ClientSession : public std::enable_shared_from_this<ClientSession> {
   bool Connected() const { return connected_; }
   // For the HTTP idle sweep: calls queued or running, and when the last one ended.
   bool Busy() const { return pending_ > 0; }
+  // Requests queued or running; at the server's maxQueuedCalls the client is Saturated().
+  int Pending() const { return pending_; }
+  bool Saturated() const;
   std::chrono::steady_clock::time_point LastActivity() const;
   void Touch();
 
@@ -54,6 +59,7 @@ class ClientSession : public std::enable_shared_from_this<ClientSession> {
   const ClientInfo info_;
   const std::shared_ptr<CallbackChannel> channel_;
   const nlohmann::json connectResult_;
+  const std::function<void()> callEnded_;
   const std::shared_ptr<SerialQueue> queue_;
   std::unique_ptr<IRpcSession> session_;  // touched only by tasks of queue_
   std::atomic<bool> connected_{false};    // session_ is set, for threads other than the queue's

@@ -1,5 +1,6 @@
 #include "platform/rpc/HttpConnection.h"
 
+#include <algorithm>
 #include <chrono>
 
 #include <boost/asio/post.hpp>
@@ -25,6 +26,8 @@ namespace {
 
 // How long a keep-alive connection may sit between requests.
 constexpr auto kIdleTimeout = std::chrono::seconds(60);
+// How long a client may take over the TLS handshake.
+constexpr auto kHandshakeTimeout = std::chrono::seconds(10);
 // After refusing a request, how much of its body is read and dropped (so that the client,
 // still sending, gets to read the refusal instead of a connection reset), and for how long.
 constexpr std::size_t kDrainLimit = 64 * 1024 * 1024;
@@ -41,44 +44,83 @@ std::string_view PathOf(boost::beast::string_view target) {
   return std::string_view(target.data(), target.size()).substr(0, target.find('?'));
 }
 
-}  // namespace
-
-HttpConnection::HttpConnection(net::ip::tcp::socket socket, ServerContext& server)
-    : stream_(std::move(socket)), server_(server), client_{PeerOf(stream_.socket()), "http"} {}
-
-HttpConnection::~HttpConnection() { server_.connections.Remove(this); }
-
-void HttpConnection::Run() {
-  // Requests and answers are small messages that must go out at once, not wait for Nagle.
-  error_code ignored;
-  stream_.socket().set_option(net::ip::tcp::no_delay(true), ignored);
-  server_.connections.Add(shared_from_this());
-  Read();
+template <class Stream>
+Stream MakeStream(net::ip::tcp::socket socket, ServerContext& server) {
+  if constexpr (kIsTls<Stream>) {
+    return Stream(std::move(socket), *server.tls);
+  } else {
+    return Stream(std::move(socket));
+  }
 }
 
-void HttpConnection::Shutdown() {
-  net::post(stream_.get_executor(), [self = shared_from_this()] {
+}  // namespace
+
+template <class Stream>
+HttpConnection<Stream>::HttpConnection(net::ip::tcp::socket socket, ServerContext& server)
+    : client_{PeerOf(socket), "http"},
+      stream_(MakeStream<Stream>(std::move(socket), server)),
+      server_(server) {}
+
+template <class Stream>
+HttpConnection<Stream>::~HttpConnection() {
+  server_.connections.Remove(this);
+}
+
+template <class Stream>
+void HttpConnection<Stream>::Run() {
+  // Requests and answers are small messages that must go out at once, not wait for Nagle.
+  error_code ignored;
+  beast::get_lowest_layer(stream_).socket().set_option(net::ip::tcp::no_delay(true), ignored);
+  server_.connections.Add(this->shared_from_this());
+  if constexpr (kIsTls<Stream>) {
+    Handshake();
+  } else {
+    Read();
+  }
+}
+
+template <class Stream>
+void HttpConnection<Stream>::Handshake() {
+  if constexpr (kIsTls<Stream>) {
+    beast::get_lowest_layer(stream_).expires_after(kHandshakeTimeout);
+    stream_.async_handshake(net::ssl::stream_base::server, [self = this->shared_from_this()](
+                                                               const error_code& error) {
+      if (!error) return self->Read();
+      self->server_.log.Write(LogLevel::kDebug, "rpc tls " + self->client_.peer +
+                                                    " handshake failed: " + error.message());
+    });
+  }
+}
+
+template <class Stream>
+void HttpConnection<Stream>::Shutdown() {
+  net::post(stream_.get_executor(), [self = this->shared_from_this()] {
+    auto& tcp = beast::get_lowest_layer(self->stream_);
     error_code ignored;
-    self->stream_.socket().shutdown(net::ip::tcp::socket::shutdown_both, ignored);
-    self->stream_.close();
+    tcp.socket().shutdown(net::ip::tcp::socket::shutdown_both, ignored);
+    tcp.close();
   });
 }
 
-void HttpConnection::Read() {
+template <class Stream>
+void HttpConnection<Stream>::Read() {
   parser_.emplace();
   parser_->body_limit(server_.options.maxMessageSize);
-  stream_.expires_after(kIdleTimeout);
-  http::async_read(
-      stream_, buffer_, *parser_,
-      [self = shared_from_this()](const error_code& error, std::size_t) { self->OnRead(error); });
+  beast::get_lowest_layer(stream_).expires_after(kIdleTimeout);
+  http::async_read(stream_, buffer_, *parser_,
+                   [self = this->shared_from_this()](const error_code& error, std::size_t) {
+                     self->OnRead(error);
+                   });
 }
 
-void HttpConnection::OnRead(const error_code& error) {
+template <class Stream>
+void HttpConnection<Stream>::OnRead(const error_code& error) {
   if (!error) return Route();
   if (error == http::error::body_limit) return RefuseOversized();
   if (error == http::error::end_of_stream) {  // the client is done with the connection
     error_code ignored;
-    stream_.socket().shutdown(net::ip::tcp::socket::shutdown_send, ignored);
+    beast::get_lowest_layer(stream_).socket().shutdown(net::ip::tcp::socket::shutdown_send,
+                                                       ignored);
     return;
   }
   if (error.category() == make_error_code(http::error::bad_target).category() &&
@@ -88,14 +130,35 @@ void HttpConnection::OnRead(const error_code& error) {
   // Otherwise reset, timeout or shutdown: the connection just ends.
 }
 
-void HttpConnection::Route() {
+// Browsers send the page's origin with WebSocket upgrades and cross-site POSTs; other clients
+// send none. Without a list every origin is accepted.
+template <class Stream>
+bool HttpConnection<Stream>::OriginAllowed() const {
+  const auto& allowed = server_.options.allowedOrigins;
+  if (allowed.empty()) return true;
+  const Request& request = parser_->get();
+  const auto origin = request.find(http::field::origin);
+  if (origin == request.end()) return true;
+  const std::string value(origin->value());
+  return std::find(allowed.begin(), allowed.end(), value) != allowed.end();
+}
+
+template <class Stream>
+void HttpConnection<Stream>::Route() {
   const Request& request = parser_->get();
   const std::string_view path = PathOf(request.target());
-  if (beast::websocket::is_upgrade(request)) {
+  const bool upgrade = beast::websocket::is_upgrade(request);
+  // The console's own files are public; what reaches the sessions is checked.
+  if (!upgrade && ServeStaticFile()) return;
+  if (!OriginAllowed()) {
+    server_.log.Write(LogLevel::kInfo, "rpc http " + client_.peer + " origin refused: " +
+                                           std::string(request[http::field::origin]));
+    return Respond(http::status::forbidden, "Origin not allowed\n", upgrade);
+  }
+  if (upgrade) {
     if (path == "/zo") return Upgrade();
     return Respond(http::status::not_found, "Not found\n", true);
   }
-  if (ServeStaticFile()) return;
   if (path != "/zo/rpc") return Respond(http::status::not_found, "Not found\n");
   if (request.method() != http::verb::post) {
     return Respond(http::status::method_not_allowed, "Use POST\n");
@@ -103,18 +166,21 @@ void HttpConnection::Route() {
   ServeRpc();
 }
 
-void HttpConnection::Upgrade() {
-  stream_.expires_never();  // the WebSocket keeps its own time
-  std::make_shared<WsConnection>(std::move(stream_), server_, client_)->Run(parser_->release());
+template <class Stream>
+void HttpConnection<Stream>::Upgrade() {
+  beast::get_lowest_layer(stream_).expires_never();  // the WebSocket keeps its own time
+  std::make_shared<WsConnection<Stream>>(std::move(stream_), server_, client_)
+      ->Run(parser_->release());
 }
 
-void HttpConnection::ServeRpc() {
-  stream_.expires_never();  // a call may legitimately take long
+template <class Stream>
+void HttpConnection<Stream>::ServeRpc() {
+  beast::get_lowest_layer(stream_).expires_never();  // a call may legitimately take long
   const Request& request = parser_->get();
   const auto token = request.find("X-Zo-Session");
   HandleHttpRpc(server_, request.body(),
                 token == request.end() ? std::string() : std::string(token->value()), client_,
-                [self = shared_from_this()](std::string body) {
+                [self = this->shared_from_this()](std::string body) {
                   net::post(self->stream_.get_executor(), [self, body = std::move(body)]() mutable {
                     const auto status = body.empty() ? http::status::no_content : http::status::ok;
                     self->Respond(status, std::move(body));
@@ -122,7 +188,8 @@ void HttpConnection::ServeRpc() {
                 });
 }
 
-void HttpConnection::Respond(http::status status, std::string body, bool close) {
+template <class Stream>
+void HttpConnection<Stream>::Respond(http::status status, std::string body, bool close) {
   const Request& request = parser_->get();
   const unsigned version = request.version() == 10 ? 10 : 11;  // 0 when the request was garbage
   auto response = std::make_shared<http::response<http::string_body>>(status, version);
@@ -133,15 +200,16 @@ void HttpConnection::Respond(http::status status, std::string body, bool close) 
   response->keep_alive(!close && request.keep_alive());
   response->body() = std::move(body);
   response->prepare_payload();
-  stream_.expires_after(kIdleTimeout);
-  http::async_write(stream_, *response,
-                    [self = shared_from_this(), response](const error_code& error, std::size_t) {
-                      self->OnWritten(response->need_eof(), error);
-                    });
+  beast::get_lowest_layer(stream_).expires_after(kIdleTimeout);
+  http::async_write(stream_, *response, [self = this->shared_from_this(), response](
+                                            const error_code& error, std::size_t) {
+    self->OnWritten(response->need_eof(), error);
+  });
 }
 
 // Answers a request under the static path; false when the request is not one.
-bool HttpConnection::ServeStaticFile() {
+template <class Stream>
+bool HttpConnection<Stream>::ServeStaticFile() {
   const auto& options = server_.options;
   if (options.staticDir.empty()) return false;
   const Request& request = parser_->get();
@@ -165,21 +233,23 @@ bool HttpConnection::ServeStaticFile() {
   response->keep_alive(request.keep_alive());
   response->body() = std::move(reply->body);
   response->prepare_payload();
-  stream_.expires_after(kIdleTimeout);
-  http::async_write(stream_, *response,
-                    [self = shared_from_this(), response](const error_code& error, std::size_t) {
-                      self->OnWritten(response->need_eof(), error);
-                    });
+  beast::get_lowest_layer(stream_).expires_after(kIdleTimeout);
+  http::async_write(stream_, *response, [self = this->shared_from_this(), response](
+                                            const error_code& error, std::size_t) {
+    self->OnWritten(response->need_eof(), error);
+  });
   return true;
 }
 
-void HttpConnection::OnWritten(bool close, const error_code& error) {
+template <class Stream>
+void HttpConnection<Stream>::OnWritten(bool close, const error_code& error) {
   if (error) return;
   if (close) return DrainAndClose();
   Read();
 }
 
-void HttpConnection::RefuseOversized() {
+template <class Stream>
+void HttpConnection<Stream>::RefuseOversized() {
   server_.log.Write(LogLevel::kInfo, "rpc http " + client_.peer + " request body too large");
   const std::string limit = std::to_string(server_.options.maxMessageSize);
   Respond(http::status::payload_too_large,
@@ -188,19 +258,27 @@ void HttpConnection::RefuseOversized() {
           true);
 }
 
-void HttpConnection::DrainAndClose() {
+template <class Stream>
+void HttpConnection<Stream>::DrainAndClose() {
+  auto& tcp = beast::get_lowest_layer(stream_);
   if (drain_.empty()) {
     error_code ignored;
-    stream_.socket().shutdown(net::ip::tcp::socket::shutdown_send, ignored);
-    stream_.expires_after(kDrainTimeout);
+    tcp.socket().shutdown(net::ip::tcp::socket::shutdown_send, ignored);
+    tcp.expires_after(kDrainTimeout);
     drain_.resize(64 * 1024);
   }
-  stream_.async_read_some(net::buffer(drain_),
-                          [self = shared_from_this()](const error_code& error, std::size_t size) {
-                            self->drained_ += size;
-                            if (error || self->drained_ > kDrainLimit) return self->stream_.close();
-                            self->DrainAndClose();
-                          });
+  // The bytes are dropped as they come, below any TLS: there is nothing left to decrypt for.
+  tcp.async_read_some(net::buffer(drain_), [self = this->shared_from_this()](
+                                               const error_code& error, std::size_t size) {
+    self->drained_ += size;
+    if (error || self->drained_ > kDrainLimit) {
+      return beast::get_lowest_layer(self->stream_).close();
+    }
+    self->DrainAndClose();
+  });
 }
+
+template class HttpConnection<PlainStream>;
+template class HttpConnection<TlsStream>;
 
 }  // namespace zo::rpc

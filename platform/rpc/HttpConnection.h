@@ -5,21 +5,24 @@
 #include <string>
 
 #include <boost/beast/core/flat_buffer.hpp>
-#include <boost/beast/core/tcp_stream.hpp>
 #include <boost/beast/http/message.hpp>
 #include <boost/beast/http/parser.hpp>
 #include <boost/beast/http/string_body.hpp>
 
 #include "platform/rpc/ConnectionRegistry.h"
+#include "platform/rpc/Streams.h"
 #include <zo/platform/rpc/RpcSession.h>
 
 namespace zo::rpc {
 
 struct ServerContext;
 
-// One accepted TCP connection speaking HTTP/1.1: serves "POST /zo/rpc" (keep-alive, one
-// request at a time) and hands a WebSocket upgrade at "/zo" over to a WsConnection.
-class HttpConnection : public IConnection, public std::enable_shared_from_this<HttpConnection> {
+// One accepted TCP connection speaking HTTP/1.1, over PlainStream or TlsStream: serves
+// "POST /zo/rpc" (keep-alive, one request at a time) and hands a WebSocket upgrade at "/zo"
+// over to a WsConnection.
+template <class Stream>
+class HttpConnection : public IConnection,
+                       public std::enable_shared_from_this<HttpConnection<Stream>> {
  public:
   HttpConnection(boost::asio::ip::tcp::socket socket, ServerContext& server);
   ~HttpConnection() override;
@@ -29,7 +32,9 @@ class HttpConnection : public IConnection, public std::enable_shared_from_this<H
  private:
   using Request = boost::beast::http::request<boost::beast::http::string_body>;
 
+  void Handshake();
   void Read();
+  bool OriginAllowed() const;
   void OnRead(const boost::system::error_code& error);
   void Route();
   void Upgrade();
@@ -40,11 +45,11 @@ class HttpConnection : public IConnection, public std::enable_shared_from_this<H
   void RefuseOversized();
   void DrainAndClose();
 
-  boost::beast::tcp_stream stream_;
+  ClientInfo client_;
+  Stream stream_;
   boost::beast::flat_buffer buffer_;
   std::optional<boost::beast::http::request_parser<boost::beast::http::string_body>> parser_;
   ServerContext& server_;
-  ClientInfo client_;
   std::string drain_;  // scratch space for the bytes discarded before closing
   std::size_t drained_ = 0;
 };

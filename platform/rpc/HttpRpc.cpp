@@ -44,6 +44,12 @@ void Call(ServerContext& server, Request request, const std::string& token, cons
                                      : ErrorResponse(request.id, codes::kNotConnected,
                                                      "Unknown or expired session"));
   }
+  // Several connections may share one session token: without a cap they could queue calls
+  // without end.
+  if (client->Saturated()) {
+    return done(ErrorResponse(request.id, codes::kBusy,
+                              "Too many calls queued for this session; try again later"));
+  }
   const bool notification = request.notification;
   client->Submit(std::move(request), done);
   if (notification) done("");
@@ -53,7 +59,7 @@ void Call(ServerContext& server, Request request, const std::string& token, cons
 
 void HandleHttpRpc(ServerContext& server, const std::string& body, const std::string& token,
                    const ClientInfo& client, std::function<void(std::string)> done) {
-  Incoming incoming = ParseIncoming(body);
+  Incoming incoming = ParseIncoming(body, server.options.maxJsonDepth);
   if (const auto* rejected = std::get_if<Rejected>(&incoming)) return done(rejected->response);
   if (std::holds_alternative<Answer>(incoming)) {
     return done(ErrorResponse(nullptr, codes::kInvalidRequest,

@@ -70,7 +70,36 @@ json Member(const json& object, const char* key) {
   return it == object.end() ? json() : *it;
 }
 
-Incoming ParseIncoming(std::string_view text) {
+bool NestsDeeperThan(std::string_view text, std::size_t limit) {
+  std::size_t depth = 0;
+  bool inString = false;
+  bool escaped = false;
+  for (const char c : text) {
+    if (inString) {
+      if (escaped) {
+        escaped = false;
+      } else if (c == '\\') {
+        escaped = true;
+      } else if (c == '"') {
+        inString = false;
+      }
+    } else if (c == '"') {
+      inString = true;
+    } else if (c == '[' || c == '{') {
+      if (++depth > limit) return true;
+    } else if ((c == ']' || c == '}') && depth > 0) {
+      --depth;
+    }
+  }
+  return false;
+}
+
+Incoming ParseIncoming(std::string_view text, std::size_t maxDepth) {
+  if (NestsDeeperThan(text, maxDepth)) {
+    return Reject(nullptr, codes::kInvalidRequest,
+                  "Invalid request: arrays and objects nested deeper than " +
+                      std::to_string(maxDepth) + " levels");
+  }
   const json message = json::parse(text, nullptr, /*allow_exceptions=*/false);
   if (message.is_discarded()) return Reject(nullptr, codes::kParseError, "Parse error");
   if (message.is_array()) {

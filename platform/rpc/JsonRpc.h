@@ -32,8 +32,14 @@ struct Rejected {
 
 using Incoming = std::variant<Request, Answer, Rejected>;
 
-// Classifies one message received from a client.
-Incoming ParseIncoming(std::string_view text);
+// Classifies one message received from a client. A message nested deeper than `maxDepth`
+// levels of arrays and objects is rejected before it is parsed.
+Incoming ParseIncoming(std::string_view text, std::size_t maxDepth);
+
+// True when arrays and objects in `text` nest deeper than `limit`. A linear scan that keeps no
+// stack, so that hostile input cannot exhaust the thread's: the JSON values built from a
+// message are copied and compared recursively, and must therefore stay shallow.
+bool NestsDeeperThan(std::string_view text, std::size_t limit);
 
 std::string ResultResponse(const nlohmann::json& id, const nlohmann::json& result);
 std::string ErrorResponse(const nlohmann::json& id, int code, const std::string& message,

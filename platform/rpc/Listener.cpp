@@ -66,7 +66,13 @@ void Listener::OnAccept(const boost::system::error_code& error, tcp::socket sock
     });
     return;
   }
-  if (!server_.stopping) std::make_shared<HttpConnection>(std::move(socket), server_)->Run();
+  if (!server_.stopping) {
+    if (server_.tls) {
+      std::make_shared<HttpConnection<TlsStream>>(std::move(socket), server_)->Run();
+    } else {
+      std::make_shared<HttpConnection<PlainStream>>(std::move(socket), server_)->Run();
+    }
+  }
   Accept();
 }
 

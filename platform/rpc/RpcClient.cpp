@@ -1,6 +1,7 @@
 #include <zo/platform/rpc/RpcClient.h>
 
 #include <optional>
+#include <variant>
 
 #include <boost/asio/connect.hpp>
 #include <boost/asio/ip/tcp.hpp>
@@ -8,9 +9,11 @@
 #include <boost/beast/core/flat_buffer.hpp>
 #include <boost/beast/core/tcp_stream.hpp>
 #include <boost/beast/websocket.hpp>
+#include <boost/beast/websocket/ssl.hpp>
 
 #include "platform/rpc/BlockingIo.h"
 #include "platform/rpc/ClientProtocol.h"
+#include "platform/rpc/ClientTls.h"
 #include "platform/rpc/JsonRpc.h"
 
 namespace zo::rpc {
@@ -21,22 +24,45 @@ namespace websocket = beast::websocket;
 using nlohmann::json;
 using error_code = boost::system::error_code;
 
+namespace {
+using PlainWs = websocket::stream<beast::tcp_stream>;
+using TlsWs = websocket::stream<client_tls::TlsStream>;
+}  // namespace
+
 class RpcClient::Impl {
  public:
-  explicit Impl(RpcClientOptions options) : options_(options) {}
+  explicit Impl(RpcClientOptions options)
+      : options_(std::move(options)), tls_(client_tls::MakeContext(options_)) {}
 
   void Open(const std::string& host, std::uint16_t port, const std::string& path) {
     Close();
-    ws_.emplace(io_);
+    if (tls_) {
+      ws_.emplace(std::in_place_type<TlsWs>, io_, *tls_);
+    } else {
+      ws_.emplace(std::in_place_type<PlainWs>, io_);
+    }
     const auto endpoints = Resolve(host, port);
     auto error = Await(options_.connectTimeout, [&](auto handler) {
-      beast::get_lowest_layer(*ws_).async_connect(endpoints, std::move(handler));
+      With([&](auto& ws) { beast::get_lowest_layer(ws).async_connect(endpoints, std::move(handler)); });
     });
     if (!error) {
-      beast::get_lowest_layer(*ws_).socket().set_option(net::ip::tcp::no_delay(true), error);
-      ws_->read_message_max(options_.maxMessageSize);
+      With([&](auto& ws) {
+        beast::get_lowest_layer(ws).socket().set_option(net::ip::tcp::no_delay(true), error);
+        ws.read_message_max(options_.maxMessageSize);
+      });
+    }
+    if (!error && tls_) {
+      auto& tls = std::get<TlsWs>(*ws_).next_layer();
+      client_tls::PrepareHandshake(tls, host);
       error = Await(options_.connectTimeout, [&](auto handler) {
-        ws_->async_handshake(host + ":" + std::to_string(port), path, std::move(handler));
+        tls.async_handshake(net::ssl::stream_base::client, std::move(handler));
+      });
+    }
+    if (!error) {
+      error = Await(options_.connectTimeout, [&](auto handler) {
+        With([&](auto& ws) {
+          ws.async_handshake(host + ":" + std::to_string(port), path, std::move(handler));
+        });
       });
     }
     if (error) {
@@ -68,10 +94,10 @@ class RpcClient::Impl {
 
   void Close() {
     if (!ws_) return;
-    if (ws_->is_open()) {
+    if (IsOpen()) {
       try {
         Await(options_.connectTimeout, [&](auto handler) {
-          ws_->async_close(websocket::close_code::normal, std::move(handler));
+          With([&](auto& ws) { ws.async_close(websocket::close_code::normal, std::move(handler)); });
         });
       } catch (const Exception&) {
         // The server did not answer the close: the socket is dropped below anyway.
@@ -80,13 +106,17 @@ class RpcClient::Impl {
     ws_.reset();
   }
 
-  bool IsOpen() const { return ws_ && ws_->is_open(); }
+  bool IsOpen() const {
+    return ws_ && std::visit([](const auto& ws) { return ws.is_open(); }, *ws_);
+  }
 
   void SendText(const std::string& text) {
     RequireOpen();
-    ws_->text(true);
     const auto error = Await(options_.timeout, [&](auto handler) {
-      ws_->async_write(net::buffer(text), std::move(handler));
+      With([&](auto& ws) {
+        ws.text(true);
+        ws.async_write(net::buffer(text), std::move(handler));
+      });
     });
     if (error) Fail(error);
   }
@@ -94,8 +124,9 @@ class RpcClient::Impl {
   std::string ReceiveText() {
     RequireOpen();
     beast::flat_buffer buffer;
-    const auto error =
-        Await(options_.timeout, [&](auto handler) { ws_->async_read(buffer, std::move(handler)); });
+    const auto error = Await(options_.timeout, [&](auto handler) {
+      With([&](auto& ws) { ws.async_read(buffer, std::move(handler)); });
+    });
     if (error) Fail(error);
     return beast::buffers_to_string(buffer.data());
   }
@@ -109,11 +140,18 @@ class RpcClient::Impl {
     return endpoints;
   }
 
+  // Runs `f` on the open WebSocket, whichever stream it runs on.
+  template <class F>
+  void With(F&& f) {
+    std::visit(f, *ws_);
+  }
+
   template <class Start>
   error_code Await(std::chrono::milliseconds timeout, Start&& start) {
     try {
-      return AwaitOperation(io_, timeout, std::forward<Start>(start),
-                            [this] { beast::get_lowest_layer(*ws_).close(); });
+      return AwaitOperation(io_, timeout, std::forward<Start>(start), [this] {
+        With([](auto& ws) { beast::get_lowest_layer(ws).close(); });
+      });
     } catch (const Exception&) {
       ws_.reset();  // timed out: the connection is unusable
       throw;
@@ -127,7 +165,8 @@ class RpcClient::Impl {
   [[noreturn]] void Fail(const error_code& error) {
     std::string message = "Connection to the server lost: " + error.message();
     if (error == websocket::error::closed) {
-      const auto& reason = ws_->reason();
+      websocket::close_reason reason;
+      With([&](auto& ws) { reason = ws.reason(); });
       message =
           "Connection closed by the server (" + std::to_string(reason.code) +
           (reason.reason.empty() ? ""
@@ -158,7 +197,8 @@ class RpcClient::Impl {
 
   RpcClientOptions options_;
   net::io_context io_;
-  std::optional<websocket::stream<beast::tcp_stream>> ws_;
+  std::unique_ptr<net::ssl::context> tls_;  // null without TLS
+  std::optional<std::variant<PlainWs, TlsWs>> ws_;
   CallbackHandler handler_;
   std::int64_t lastId_ = 0;
 };

@@ -1,6 +1,7 @@
 #include <zo/platform/rpc/RpcHttpClient.h>
 
 #include <optional>
+#include <variant>
 
 #include <boost/asio/connect.hpp>
 #include <boost/asio/ip/tcp.hpp>
@@ -10,6 +11,7 @@
 
 #include "platform/rpc/BlockingIo.h"
 #include "platform/rpc/ClientProtocol.h"
+#include "platform/rpc/ClientTls.h"
 #include "platform/rpc/JsonRpc.h"
 
 namespace zo::rpc {
@@ -25,14 +27,16 @@ namespace {
 // The failures of a kept-alive connection that the server closed while it sat idle.
 bool IsStale(const error_code& error) {
   return error == http::error::end_of_stream || error == net::error::connection_reset ||
-         error == net::error::broken_pipe || error == net::error::eof;
+         error == net::error::broken_pipe || error == net::error::eof ||
+         error == net::ssl::error::stream_truncated;
 }
 
 }  // namespace
 
 class RpcHttpClient::Impl {
  public:
-  explicit Impl(RpcClientOptions options) : options_(options) {}
+  explicit Impl(RpcClientOptions options)
+      : options_(std::move(options)), tls_(client_tls::MakeContext(options_)) {}
 
   void Open(const std::string& host, std::uint16_t port, const std::string& path) {
     stream_.reset();
@@ -60,7 +64,9 @@ class RpcHttpClient::Impl {
   json Call(const std::string& method, const json& params) {
     const Response response = Post(client_protocol::RequestText(++lastId_, method, params));
     if (response.status == static_cast<int>(http::status::no_content)) return nullptr;
-    const json message = json::parse(response.body, nullptr, /*allow_exceptions=*/false);
+    const json message = NestsDeeperThan(response.body, client_protocol::kMaxDepth)
+                             ? json()
+                             : json::parse(response.body, nullptr, /*allow_exceptions=*/false);
     if (!message.is_object()) {
       throw Exception("HTTP " + std::to_string(response.status) +
                       " from the server: " + response.body.substr(0, 200));
@@ -95,12 +101,24 @@ class RpcHttpClient::Impl {
     net::ip::tcp::resolver resolver(io_);
     error_code error;
     const auto endpoints = resolver.resolve(host_, std::to_string(port_), error);
-    stream_.emplace(io_);
-    if (!error) {
-      error = Await(options_.connectTimeout,
-                    [&](auto handler) { stream_->async_connect(endpoints, std::move(handler)); });
+    if (tls_) {
+      stream_.emplace(std::in_place_type<client_tls::TlsStream>, io_, *tls_);
+    } else {
+      stream_.emplace(std::in_place_type<beast::tcp_stream>, io_);
     }
-    if (!error) stream_->socket().set_option(net::ip::tcp::no_delay(true), error);
+    if (!error) {
+      error = Await(options_.connectTimeout, [&](auto handler) {
+        Tcp().async_connect(endpoints, std::move(handler));
+      });
+    }
+    if (!error) Tcp().socket().set_option(net::ip::tcp::no_delay(true), error);
+    if (!error && tls_) {
+      auto& tls = std::get<client_tls::TlsStream>(*stream_);
+      client_tls::PrepareHandshake(tls, host_);
+      error = Await(options_.connectTimeout, [&](auto handler) {
+        tls.async_handshake(net::ssl::stream_base::client, std::move(handler));
+      });
+    }
     if (error) {
       stream_.reset();
       throw Exception("Cannot connect to " + host_ + ":" + std::to_string(port_) + ": " +
@@ -117,13 +135,16 @@ class RpcHttpClient::Impl {
     request.body() = body;
     request.prepare_payload();
     error_code error = Await(options_.timeout, [&](auto handler) {
-      http::async_write(*stream_, request, std::move(handler));
+      std::visit([&](auto& stream) { http::async_write(stream, request, std::move(handler)); },
+                 *stream_);
     });
     if (error) return error;
     http::response_parser<http::string_body> parser;
     parser.body_limit(options_.maxMessageSize);
     error = Await(options_.timeout, [&](auto handler) {
-      http::async_read(*stream_, buffer_, parser, std::move(handler));
+      std::visit(
+          [&](auto& stream) { http::async_read(stream, buffer_, parser, std::move(handler)); },
+          *stream_);
     });
     if (error) return error;
     auto& message = parser.get();
@@ -135,16 +156,23 @@ class RpcHttpClient::Impl {
   template <class Start>
   error_code Await(std::chrono::milliseconds timeout, Start&& start) {
     try {
-      return AwaitOperation(io_, timeout, std::forward<Start>(start), [this] { stream_->close(); });
+      return AwaitOperation(io_, timeout, std::forward<Start>(start), [this] { Tcp().close(); });
     } catch (const Exception&) {
       stream_.reset();
       throw;
     }
   }
 
+  beast::tcp_stream& Tcp() {
+    return std::visit([](auto& stream) -> beast::tcp_stream& { return beast::get_lowest_layer(stream); },
+                      *stream_);
+  }
+
   RpcClientOptions options_;
   net::io_context io_;
-  std::optional<beast::tcp_stream> stream_;  // the kept-alive connection, if any
+  std::unique_ptr<net::ssl::context> tls_;  // null without TLS
+  // The kept-alive connection, if any.
+  std::optional<std::variant<beast::tcp_stream, client_tls::TlsStream>> stream_;
   beast::flat_buffer buffer_;
   std::string host_;
   std::uint16_t port_ = 0;

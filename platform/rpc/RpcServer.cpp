@@ -7,6 +7,7 @@
 
 #include <boost/asio/executor_work_guard.hpp>
 #include <boost/asio/io_context.hpp>
+#include <boost/asio/ssl/context.hpp>
 #include <boost/asio/steady_timer.hpp>
 
 #include "platform/rpc/ClientSession.h"
@@ -22,6 +23,26 @@ namespace {
 // How long Stop waits for the closing handshakes of the WebSocket clients. A client that is not
 // reading never answers; its socket is dropped when the wait ends.
 constexpr milliseconds kCloseWait(500);
+
+// The server side of TLS from the operator's PEM files: TLS 1.2 and later only.
+std::unique_ptr<net::ssl::context> MakeTlsContext(const RpcServerOptions& options) {
+  auto context = std::make_unique<net::ssl::context>(net::ssl::context::tls_server);
+  context->set_options(net::ssl::context::default_workarounds | net::ssl::context::no_sslv2 |
+                       net::ssl::context::no_sslv3 | net::ssl::context::no_tlsv1 |
+                       net::ssl::context::no_tlsv1_1 | net::ssl::context::single_dh_use);
+  const auto load = [](const std::string& what, const std::string& file, auto&& step) {
+    boost::system::error_code error;
+    step(error);
+    if (error) throw Exception("Cannot load the TLS " + what + " " + file + ": " + error.message());
+  };
+  load("certificate", options.tlsCertificateFile, [&](auto& error) {
+    context->use_certificate_chain_file(options.tlsCertificateFile, error);
+  });
+  load("key", options.tlsKeyFile, [&](auto& error) {
+    context->use_private_key_file(options.tlsKeyFile, net::ssl::context::pem, error);
+  });
+  return context;
+}
 }  // namespace
 
 class RpcServer::Impl {
@@ -33,6 +54,7 @@ class RpcServer::Impl {
 
   void Start() {
     if (started_) throw Exception("The remote-method server was already started");
+    if (!server_->options.tlsCertificateFile.empty()) server_->tls = MakeTlsContext(server_->options);
     io_ = std::make_unique<net::io_context>();
     listener_ = std::make_shared<Listener>(*io_, *server_);
     try {
@@ -57,7 +79,8 @@ class RpcServer::Impl {
     if (!started_ || server_->stopping.exchange(true)) return;
     listener_->Close();
     // Running calls end on their own; queued ones are refused quickly (the stopping flag).
-    if (!server_->pool->WaitIdle(server_->options.stopTimeout)) {
+    if (!server_->connectPool->WaitIdle(server_->options.stopTimeout) ||
+        !server_->pool->WaitIdle(server_->options.stopTimeout)) {
       server_->log.Write(LogLevel::kError, "rpc stop: calls still running, closing the sockets");
     }
     // Closing the sockets also fails the callbacks of calls still running.
@@ -67,6 +90,7 @@ class RpcServer::Impl {
     StopNetworkThreads();
     // Runs the session destructions queued by the closes and waits for calls still running.
     // Their replies are posted to the stopped io_context, which must outlive them.
+    server_->connectPool->Join();
     server_->pool->Join();
     DropNetwork();
     server_->log.Write(LogLevel::kInfo, "rpc stopped");

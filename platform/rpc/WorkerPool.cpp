@@ -62,22 +62,23 @@ void WorkerPool::Work() {
 
 SerialQueue::SerialQueue(std::shared_ptr<WorkerPool> pool) : pool_(std::move(pool)) {}
 
-void SerialQueue::Post(WorkerPool::Task task) {
+void SerialQueue::Post(WorkerPool::Task task, std::shared_ptr<WorkerPool> pool) {
+  if (!pool) pool = pool_;
   {
     const std::lock_guard lock(mutex_);
-    tasks_.push_back(std::move(task));
+    tasks_.push_back({std::move(task), pool});
     if (scheduled_) return;
     scheduled_ = true;
   }
-  Schedule();
+  Schedule(pool);
 }
 
-void SerialQueue::Schedule() {
-  if (pool_->Submit([self = shared_from_this()] { self->RunNext(); })) return;
+void SerialQueue::Schedule(const std::shared_ptr<WorkerPool>& pool) {
+  if (pool->Submit([self = shared_from_this()] { self->RunNext(); })) return;
   // The pool has ended: the tasks will never run. Dropping them releases what they hold, which
   // may well be the owner of this queue (hence `keep`, released last).
   const auto keep = shared_from_this();
-  std::deque<WorkerPool::Task> dropped;
+  std::deque<Entry> dropped;
   const std::lock_guard lock(mutex_);
   dropped.swap(tasks_);
   scheduled_ = false;
@@ -87,7 +88,7 @@ void SerialQueue::RunNext() {
   WorkerPool::Task task;
   {
     const std::lock_guard lock(mutex_);
-    task = std::move(tasks_.front());
+    task = std::move(tasks_.front().task);
     tasks_.pop_front();
   }
   try {
@@ -96,14 +97,16 @@ void SerialQueue::RunNext() {
     // Swallowed here too: the queue must move on to the client's next task whatever happens.
   }
   task = nullptr;
+  std::shared_ptr<WorkerPool> next;
   {
     const std::lock_guard lock(mutex_);
     if (tasks_.empty()) {
       scheduled_ = false;
       return;
     }
+    next = tasks_.front().pool;
   }
-  Schedule();
+  Schedule(next);
 }
 
 }  // namespace zo::rpc

@@ -43,21 +43,28 @@ class WorkerPool {
   std::vector<std::thread> threads_;
 };
 
-// Runs its tasks on a WorkerPool one at a time, in the order they were posted: the per-client
-// call queue. Each task goes back through the pool's queue, so a client with many calls waiting
-// takes turns with the others instead of holding a worker.
+// Runs its tasks on WorkerPools one at a time, in the order they were posted: the per-client
+// call queue. Each task goes back through its pool's queue, so a client with many calls waiting
+// takes turns with the others instead of holding a worker. A task may name a pool of its own
+// ("connect" runs apart from the calls), and still keeps its place in the order.
 class SerialQueue : public std::enable_shared_from_this<SerialQueue> {
  public:
   explicit SerialQueue(std::shared_ptr<WorkerPool> pool);
-  void Post(WorkerPool::Task task);
+  // `pool`: where this task runs; null for the queue's own.
+  void Post(WorkerPool::Task task, std::shared_ptr<WorkerPool> pool = nullptr);
 
  private:
-  void Schedule();
+  struct Entry {
+    WorkerPool::Task task;
+    std::shared_ptr<WorkerPool> pool;
+  };
+
+  void Schedule(const std::shared_ptr<WorkerPool>& pool);
   void RunNext();
 
   std::shared_ptr<WorkerPool> pool_;
   std::mutex mutex_;
-  std::deque<WorkerPool::Task> tasks_;
+  std::deque<Entry> tasks_;
   bool scheduled_ = false;  // a RunNext is queued or running
 };
 

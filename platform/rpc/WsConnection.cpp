@@ -5,6 +5,7 @@
 #include <boost/asio/post.hpp>
 #include <boost/beast/core/buffers_to_string.hpp>
 #include <boost/beast/websocket.hpp>
+#include <boost/beast/websocket/ssl.hpp>
 
 #include "platform/rpc/CallbackChannel.h"
 #include "platform/rpc/ClientSession.h"
@@ -19,47 +20,70 @@ namespace beast = boost::beast;
 namespace websocket = beast::websocket;
 using error_code = boost::system::error_code;
 
-WsConnection::WsConnection(beast::tcp_stream stream, ServerContext& server, ClientInfo client)
+namespace {
+// A read buffer grown past this by a large message is given back once the message is handled.
+constexpr std::size_t kKeptBuffer = 64 * 1024;
+}  // namespace
+
+template <class Stream>
+WsConnection<Stream>::WsConnection(Stream stream, ServerContext& server, ClientInfo client)
     : ws_(std::move(stream)), server_(server), info_{client.peer, "ws"} {}
 
-WsConnection::~WsConnection() {
+template <class Stream>
+WsConnection<Stream>::~WsConnection() {
   // Reached without End() only when the server stopped its network threads first.
   if (channel_) channel_->Close();
   if (client_) client_->Close("server stopped");
   server_.connections.Remove(this);
 }
 
-void WsConnection::Run(beast::http::request<beast::http::string_body> upgrade) {
-  server_.connections.Add(shared_from_this());
-  const std::weak_ptr<WsConnection> weak = weak_from_this();
+template <class Stream>
+void WsConnection<Stream>::Run(beast::http::request<beast::http::string_body> upgrade) {
+  server_.connections.Add(this->shared_from_this());
+  const std::weak_ptr<WsConnection> weak = this->weak_from_this();
   const auto send = [weak](std::string message) {
     const auto self = weak.lock();
     if (self) self->Send(std::move(message));
     return self != nullptr;
   };
   channel_ = std::make_shared<CallbackChannel>(send, server_.options.callbackTimeout);
-  client_ = std::make_shared<ClientSession>(server_, info_, channel_, nlohmann::json::object());
+  const auto callEnded = [weak] {
+    if (const auto self = weak.lock()) {
+      net::post(self->ws_.get_executor(), [self] { self->ResumeReading(); });
+    }
+  };
+  client_ = std::make_shared<ClientSession>(server_, info_, channel_, nlohmann::json::object(),
+                                            callEnded);
 
-  // No idle timeout: a desktop client may sit between calls for hours, and answers pings only
-  // while it reads. The handshake timeout also bounds the closing handshake.
-  ws_.set_option(websocket::stream_base::timeout::suggested(beast::role_type::server));
+  // A client that sends nothing for half the ping timeout is pinged; one that still sends
+  // nothing (not even the pong) by the timeout is gone, half-open, and is dropped with its
+  // session. The handshake timeout also bounds the closing handshake.
+  auto timeouts = websocket::stream_base::timeout::suggested(beast::role_type::server);
+  if (server_.options.pingTimeout.count() > 0) {
+    timeouts.idle_timeout = server_.options.pingTimeout;
+    timeouts.keep_alive_pings = true;
+  }
+  ws_.set_option(timeouts);
   ws_.set_option(websocket::stream_base::decorator([](websocket::response_type& response) {
     response.set(beast::http::field::server, "ZoServer");
   }));
-  ws_.read_message_max(0);  // the size limit is enforced by Read(), which can say why it closes
-  ws_.async_accept(upgrade,
-                   [self = shared_from_this()](const error_code& error) { self->OnAccept(error); });
+  ws_.read_message_max(0);  // the size limit is enforced by OnRead(), which can say why it closes
+  ws_.async_accept(upgrade, [self = this->shared_from_this()](const error_code& error) {
+    self->OnAccept(error);
+  });
 }
 
-void WsConnection::OnAccept(const error_code& error) {
+template <class Stream>
+void WsConnection<Stream>::OnAccept(const error_code& error) {
   if (error) return End("handshake failed: " + error.message());
   open_ = true;
   server_.log.Write(LogLevel::kDebug, "rpc ws " + info_.peer + " connected");
   Read();
 }
 
-void WsConnection::Shutdown() {
-  net::post(ws_.get_executor(), [self = shared_from_this()] {
+template <class Stream>
+void WsConnection<Stream>::Shutdown() {
+  net::post(ws_.get_executor(), [self = this->shared_from_this()] {
     // The session goes now, not after the closing handshake: a client that is not reading
     // would hold it up.
     self->End("server stopped");
@@ -68,39 +92,68 @@ void WsConnection::Shutdown() {
   });
 }
 
-void WsConnection::Send(std::string message) {
+template <class Stream>
+void WsConnection<Stream>::Send(std::string message) {
   net::post(ws_.get_executor(),
-            [self = shared_from_this(), message = std::move(message)]() mutable {
+            [self = this->shared_from_this(), message = std::move(message)]() mutable {
               self->Write(std::move(message));
             });
 }
 
-void WsConnection::Read() {
+template <class Stream>
+void WsConnection<Stream>::Read() {
   // At most one byte beyond the limit is read: enough to know the message is too large.
   const std::size_t room = server_.options.maxMessageSize + 1 - buffer_.size();
-  ws_.async_read_some(
-      buffer_, room,
-      [self = shared_from_this()](const error_code& error, std::size_t) { self->OnRead(error); });
+  ws_.async_read_some(buffer_, room,
+                      [self = this->shared_from_this()](const error_code& error, std::size_t) {
+                        self->OnRead(error);
+                      });
 }
 
-void WsConnection::OnRead(const error_code& error) {
+template <class Stream>
+bool WsConnection<Stream>::Saturated() const {
+  return client_->Saturated() || writes_.size() >= server_.options.maxQueuedCalls;
+}
+
+template <class Stream>
+void WsConnection<Stream>::ResumeReading() {
+  if (!paused_ || !open_ || Saturated()) return;
+  paused_ = false;
+  Read();
+}
+
+template <class Stream>
+void WsConnection<Stream>::OnRead(const error_code& error) {
   if (error) {
     open_ = false;
     return End(error == websocket::error::closed ? std::string("closed by the client")
                                                  : error.message());
   }
   if (buffer_.size() > server_.options.maxMessageSize) return RefuseOversized();
-  if (!ws_.is_message_done()) return Read();
+  if (!ws_.is_message_done()) {
+    // The frame's header announces how much payload follows: a message that cannot fit is
+    // refused now rather than after the client has sent (or failed to send) all of it.
+    if (ws_.read_size_hint(1) > server_.options.maxMessageSize - buffer_.size()) {
+      return RefuseOversized();
+    }
+    return Read();
+  }
   const auto data = buffer_.data();
   OnMessage(std::string_view(static_cast<const char*>(data.data()), data.size()));
   buffer_.consume(buffer_.size());
+  if (buffer_.capacity() > kKeptBuffer) buffer_ = beast::flat_buffer();
+  if (Saturated()) {
+    paused_ = true;  // ResumeReading() goes on once calls end or answers are written
+    return;
+  }
   Read();
 }
 
-void WsConnection::OnMessage(std::string_view text) {
-  Incoming incoming = ParseIncoming(text);
+template <class Stream>
+void WsConnection<Stream>::OnMessage(std::string_view text) {
+  Incoming incoming = ParseIncoming(text, server_.options.maxJsonDepth);
   if (auto* request = std::get_if<Request>(&incoming)) {
-    const std::weak_ptr<WsConnection> weak = weak_from_this();
+    const std::weak_ptr<WsConnection> weak = this->weak_from_this();
     client_->Submit(std::move(*request), [weak](std::string response) {
       if (const auto self = weak.lock()) self->Send(std::move(response));
     });
@@ -111,7 +164,8 @@ void WsConnection::OnMessage(std::string_view text) {
   }
 }
 
-void WsConnection::RefuseOversized() {
+template <class Stream>
+void WsConnection<Stream>::RefuseOversized() {
   const std::string limit = std::to_string(server_.options.maxMessageSize);
   server_.log.Write(LogLevel::kInfo, "rpc ws " + info_.peer + " message too large, closing");
   buffer_ = beast::flat_buffer();  // free it now
@@ -120,50 +174,60 @@ void WsConnection::RefuseOversized() {
   CloseWhenFlushed(CloseReason(websocket::close_code::too_big, "Message too large"));
 }
 
-void WsConnection::Write(std::string message) {
+template <class Stream>
+void WsConnection<Stream>::Write(std::string message) {
   if (!open_ || closeAfterWrites_) return;  // closing: nothing new goes out
   writes_.push_back(std::move(message));
   if (writes_.size() == 1) WriteNext();
 }
 
-void WsConnection::WriteNext() {
+template <class Stream>
+void WsConnection<Stream>::WriteNext() {
   ws_.text(true);
   ws_.async_write(net::buffer(writes_.front()),
-                  [self = shared_from_this()](const error_code& error, std::size_t) {
+                  [self = this->shared_from_this()](const error_code& error, std::size_t) {
                     self->OnWritten(error);
                   });
 }
 
-void WsConnection::OnWritten(const error_code& error) {
+template <class Stream>
+void WsConnection<Stream>::OnWritten(const error_code& error) {
   writes_.pop_front();
   if (error) {
     writes_.clear();  // the read loop fails too, and ends the client
     return;
   }
+  ResumeReading();
   if (!writes_.empty()) return WriteNext();
   if (closeAfterWrites_) StartClose(*closeAfterWrites_);
 }
 
-void WsConnection::CloseWhenFlushed(const CloseReason& reason) {
+template <class Stream>
+void WsConnection<Stream>::CloseWhenFlushed(const CloseReason& reason) {
   if (writes_.empty()) return StartClose(reason);
   closeAfterWrites_ = reason;
 }
 
-void WsConnection::StartClose(const CloseReason& reason) {
+template <class Stream>
+void WsConnection<Stream>::StartClose(const CloseReason& reason) {
   if (!open_) return;
   open_ = false;  // nothing more is queued: Beast allows no write once the close is sent
   closing_ = true;
-  ws_.async_close(reason, [self = shared_from_this()](const error_code& error) {
+  ws_.async_close(reason, [self = this->shared_from_this()](const error_code& error) {
     self->End(error ? error.message() : std::string("closed by the server"));
   });
 }
 
-void WsConnection::End(const std::string& reason) {
+template <class Stream>
+void WsConnection<Stream>::End(const std::string& reason) {
   if (ended_) return;
   ended_ = true;
   if (channel_) channel_->Close();  // a call waiting for a callback answer fails now
   if (client_) client_->Close(reason);
   server_.log.Write(LogLevel::kDebug, "rpc ws " + info_.peer + " ended: " + reason);
 }
+
+template class WsConnection<PlainStream>;
+template class WsConnection<TlsStream>;
 
 }  // namespace zo::rpc

@@ -6,12 +6,12 @@
 #include <string>
 
 #include <boost/beast/core/flat_buffer.hpp>
-#include <boost/beast/core/tcp_stream.hpp>
 #include <boost/beast/http/message.hpp>
 #include <boost/beast/http/string_body.hpp>
 #include <boost/beast/websocket/stream.hpp>
 
 #include "platform/rpc/ConnectionRegistry.h"
+#include "platform/rpc/Streams.h"
 #include <zo/platform/rpc/RpcSession.h>
 
 namespace zo::rpc {
@@ -22,10 +22,14 @@ struct ServerContext;
 
 // One WebSocket client at "/zo". Its read loop only parses and routes: requests go to the
 // client's call queue on the workers, callback answers to the waiting worker. Everything sent
-// goes through one write queue, one write at a time.
-class WsConnection : public IConnection, public std::enable_shared_from_this<WsConnection> {
+// goes through one write queue, one write at a time. A client with too many calls queued, or
+// too many answers it has not read yet, is not read until they drain: the queue of one client
+// stays bounded, whatever it sends.
+template <class Stream>
+class WsConnection : public IConnection,
+                     public std::enable_shared_from_this<WsConnection<Stream>> {
  public:
-  WsConnection(boost::beast::tcp_stream stream, ServerContext& server, ClientInfo client);
+  WsConnection(Stream stream, ServerContext& server, ClientInfo client);
   ~WsConnection() override;
   // Completes the handshake of `upgrade` and starts reading.
   void Run(boost::beast::http::request<boost::beast::http::string_body> upgrade);
@@ -37,6 +41,8 @@ class WsConnection : public IConnection, public std::enable_shared_from_this<WsC
 
   void OnAccept(const boost::system::error_code& error);
   void Read();
+  bool Saturated() const;
+  void ResumeReading();
   void OnRead(const boost::system::error_code& error);
   void OnMessage(std::string_view text);
   void RefuseOversized();
@@ -47,7 +53,7 @@ class WsConnection : public IConnection, public std::enable_shared_from_this<WsC
   void StartClose(const CloseReason& reason);
   void End(const std::string& reason);
 
-  boost::beast::websocket::stream<boost::beast::tcp_stream> ws_;
+  boost::beast::websocket::stream<Stream> ws_;
   boost::beast::flat_buffer buffer_;
   ServerContext& server_;
   const ClientInfo info_;
@@ -58,6 +64,7 @@ class WsConnection : public IConnection, public std::enable_shared_from_this<WsC
   bool open_ = false;     // handshake done, socket usable, close not started
   bool closing_ = false;  // the closing handshake has started
   bool ended_ = false;    // callbacks failed and session closed
+  bool paused_ = false;   // reading stopped until the client's queues drain
 };
 
 }  // namespace zo::rpc

@@ -137,7 +137,7 @@ ZoServerProcess::~ZoServerProcess() {
 
 std::uint16_t ZoServerProcess::WaitUntilListening() {
   // The first line names the port: "... listening on ws://127.0.0.1:PORT/zo and ...".
-  static const std::regex kListening(R"(listening on ws://[^:\s]+:(\d+)/zo)");
+  static const std::regex kListening(R"(listening on wss?://[^:\s]+:(\d+)/zo)");
   const auto deadline = Clock::now() + kStartTimeout;
   while (Clock::now() < deadline) {
     std::smatch match;

@@ -33,6 +33,7 @@ class ChildProcess {
   ChildProcess& operator=(const ChildProcess&) = delete;
 
   bool Running();
+  pid_t Pid() const { return pid_; }
   void Signal(int signal) const;
   // The exit code once the child has ended within `timeout` (128 + N when signal N killed
   // it); nullopt while it still runs.
@@ -61,6 +62,7 @@ class ZoServerProcess {
   ZoServerProcess& operator=(const ZoServerProcess&) = delete;
 
   std::uint16_t Port() const { return port_; }
+  pid_t Pid() const { return process_.Pid(); }
   // SIGTERM and the exit code; nullopt when the server did not end within the grace time.
   std::optional<int> Stop();
   std::string Output() const { return ReadText(outputFile_); }

@@ -19,6 +19,10 @@ struct RpcClientOptions {
   std::chrono::milliseconds timeout{0};
   std::chrono::milliseconds connectTimeout = std::chrono::seconds(10);
   std::size_t maxMessageSize = 64 * 1024 * 1024;
+  // TLS (wss://, https://): the server's certificate is checked against `caFile` (PEM), or
+  // against the system's trusted authorities when it is empty, and must name the host.
+  bool tls = false;
+  std::string caFile;
 };
 
 // A synchronous WebSocket client of the remote-method server: one call at a time, from one

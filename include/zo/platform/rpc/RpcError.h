@@ -22,6 +22,7 @@ inline constexpr int kNotConnected = -32002;    // no session: "connect" first (
 inline constexpr int kAlreadyConnected = -32003;
 inline constexpr int kShuttingDown = -32004;  // the server is stopping; call not run
 inline constexpr int kMessageTooLarge = -32005;
+inline constexpr int kBusy = -32006;  // too many calls queued or waiting; call not run
 }  // namespace codes
 
 // A JSON-RPC error received by a client. The message is the server's message verbatim, so a

@@ -6,6 +6,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include <zo/platform/rpc/RpcSession.h>
 
@@ -18,10 +19,30 @@ struct RpcServerOptions {
   std::string address = "127.0.0.1";
   std::uint16_t port = 0;  // 0: the system picks a free port; Port() tells which
   unsigned workers = 8;    // threads running calls; a call waiting on a callback holds one
+  // Threads running "connect" only, so that a login never waits behind running calls.
+  unsigned connectWorkers = 4;
   unsigned ioThreads = 1;  // threads running the sockets
   std::chrono::milliseconds httpSessionIdle = std::chrono::minutes(30);
   std::size_t maxMessageSize = 16 * 1024 * 1024;  // bytes, per WebSocket message or HTTP body
-  std::chrono::milliseconds callbackTimeout = std::chrono::minutes(5);  // 0: no limit
+  std::size_t maxJsonDepth = 64;  // nesting levels of arrays and objects in one message
+  std::chrono::milliseconds callbackTimeout = std::chrono::seconds(30);  // 0: no limit
+  // Calls that may talk to their WebSocket client ("Callback": true) at the same time, over
+  // all clients; 0: workers - workers / 4. Kept below `workers`, so that a few workers always
+  // remain for the other calls.
+  unsigned maxCallbackCalls = 0;
+  // Calls one client may have queued or running; a WebSocket client that reaches it is not
+  // read until its calls catch up, an HTTP session gets -32006.
+  unsigned maxQueuedCalls = 32;
+  // A WebSocket client that sends nothing for half this time is pinged, and closed when
+  // nothing arrives within it; 0: never.
+  std::chrono::milliseconds pingTimeout = std::chrono::minutes(2);
+  // Values of the Origin header accepted on the WebSocket upgrade and on HTTP requests, e.g.
+  // "https://app.example.com"; empty: any. A request without Origin (not from a browser) is
+  // always accepted.
+  std::vector<std::string> allowedOrigins;
+  // PEM files: when set, the port speaks TLS only (wss:// and https://).
+  std::string tlsCertificateFile;
+  std::string tlsKeyFile;
   std::chrono::milliseconds stopTimeout = std::chrono::seconds(30);     // Stop's wait for calls
   LogLevel logLevel = LogLevel::kInfo;
   LogSink logSink;  // empty: one line at a time to stderr
