@@ -12,6 +12,8 @@ packages=(
   libboost-dev libboost-system-dev
   libssl-dev openssl
   dpkg-dev  # dpkg-shlibdeps: run-time dependencies of the Debian packages (cpack)
+  libspdlog-dev libcli11-dev
+  systemd
   chromium
 )
 # Node.js for the console and the TypeScript client. Debian's nodejs, unless a nodejs package

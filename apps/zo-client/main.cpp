@@ -11,33 +11,24 @@
 
 #include <nlohmann/json.hpp>
 
+#include "apps/common/ToolOptions.h"
 #include "apps/zo-client/ProgressBar.h"
 #include <zo/core/Exceptions.h>
 #include <zo/core/Text.h>
 #include "platform/json/Base64.h"
 #include <zo/platform/rpc/RpcClient.h>
 #include <zo/platform/rpc/RpcError.h>
-#include <zo/version.h>
 
 namespace {
 
 using nlohmann::json;
 
-constexpr const char* kUsage =
-    R"(Usage: zo-client [connection options] COMMAND [ARGS]
+constexpr const char* kDescription =
+    "A command-line client of the application server's remote methods.\n"
+    "Usage: zo-client [OPTIONS] COMMAND [ARGS]";
 
-Connection options:
-  --host HOST          server address (default 127.0.0.1)
-  --port PORT          server port (default 7070)
-  --tls                connect over TLS (wss://); the server's certificate must name HOST
-  --ca FILE            trusted certificates (PEM) for --tls (default: the system's)
-  --customer ID        customer identifier (or ZO_CUSTOMER)
-  --user LOGIN         login (or ZO_USER)
-  --password PASSWORD  password (or ZO_PASSWORD; prefer the variable: arguments are visible
-                       to other users of the machine)
-  --version            print the version and exit
-
-Commands (JSON results are printed on standard output):
+constexpr const char* kCommands =
+    R"(Commands (JSON results are printed on standard output):
   insert FILE|-                      insert the object in FILE (JSON); prints its identifier
   update FILE|-                      update the object in FILE
   validate FILE|-                    ask the server to validate the object in FILE
@@ -54,25 +45,44 @@ Commands (JSON results are printed on standard output):
   records PROVIDER                   the rows a data-set provider serves (e.g. dspCidades)
   action NAME                        run a server action with progress (e.g. RecalcularTotais)
   call METHOD [PARAMS-JSON]          any remote method with raw JSON-RPC params
-
 Ctrl-C during a long operation asks the server to cancel it (its changes are rolled back).
+The password is best given in ZO_PASSWORD or the --config file: arguments are visible to
+other users of the machine. Options may also come from the environment (ZO_CLIENT_HOST,
+ZO_CLIENT_PORT) or from the --config file (port = 7070).
 Exit codes: 0 ok, 1 usage error, 2 error reported by the server or the connection,
 3 cancelled.
 )";
+
+struct ClientOptions {
+  std::string host = "127.0.0.1";
+  int port = 7070;
+  std::string customer;
+  std::string user;
+  std::string password;
+  bool tls = false;
+  std::string caFile;
+};
+
+void AddOptions(CLI::App& cli, ClientOptions& o) {
+  cli.add_option("--host", o.host, "server address")->capture_default_str();
+  cli.add_option("--port", o.port, "server port")->capture_default_str()->check(
+      CLI::Range(1, 65535));
+  cli.add_flag("--tls", o.tls, "connect over TLS (wss://); the server's certificate must name HOST");
+  cli.add_option("--ca", o.caFile, "trusted certificates (PEM) for --tls (default: the system's)")
+      ->type_name("FILE");
+  cli.add_option("--customer", o.customer, "customer identifier")->envname("ZO_CUSTOMER");
+  cli.add_option("--user", o.user, "login")->envname("ZO_USER");
+  cli.add_option("--password", o.password, "password")->envname("ZO_PASSWORD");
+}
 
 struct UsageError : std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
-std::string Env(const char* name) {
-  const char* v = std::getenv(name);
-  return v == nullptr ? std::string() : v;
-}
-
 std::string ReadFile(const std::string& path) {
   if (path == "-") return std::string(std::istreambuf_iterator<char>(std::cin), {});
   std::ifstream in(path, std::ios::binary);
-  if (!in) throw zo::Exception("Não foi possível ler o arquivo " + path);
+  if (!in) throw zo::Exception("Cannot read the file " + path);
   return std::string(std::istreambuf_iterator<char>(in), {});
 }
 
@@ -80,7 +90,7 @@ json ReadJson(const std::string& path) {
   try {
     return json::parse(ReadFile(path));
   } catch (const json::parse_error& e) {
-    throw zo::Exception("JSON inválido em " + path + ": " + e.what());
+    throw zo::Exception("Invalid JSON in " + path + ": " + e.what());
   }
 }
 
@@ -88,7 +98,7 @@ int32_t Id(const std::string& s) { return zo::text::StrToInt(s); }
 
 void Need(const std::vector<std::string>& args, size_t min, size_t max = 99) {
   if (args.size() < min || args.size() > max) {
-    throw UsageError("Número de argumentos inválido para " + args[0]);
+    throw UsageError("Wrong number of arguments for " + args[0]);
   }
 }
 
@@ -100,7 +110,7 @@ int TipoNext(const std::string& s) {
   static const std::map<std::string, int> kinds{
       {"first", 0}, {"previous", 1}, {"next", 2}, {"last", 3}};
   const auto it = kinds.find(s);
-  if (it == kinds.end()) throw UsageError("Direção inválida: " + s);
+  if (it == kinds.end()) throw UsageError("Unknown direction (first, previous, next, last): " + s);
   return it->second;
 }
 
@@ -173,18 +183,18 @@ std::pair<std::string, json> Request(const std::vector<std::string>& a) {
     Need(a, 2, 3);
     return {a[1], a.size() > 2 ? json::parse(a[2]) : json::object()};
   }
-  throw UsageError("Comando desconhecido: " + c);
+  throw UsageError("unknown command: " + c);
 }
 
 void SaveBlob(const json& result, const std::string& path) {
-  if (result.is_null()) throw zo::Exception("A propriedade não tem conteúdo");
+  if (result.is_null()) throw zo::Exception("The property is empty");
   const auto bytes = zo::base64::Decode(result.get<std::string>());
-  if (!bytes) throw zo::Exception("Resposta do servidor com base64 inválido");
+  if (!bytes) throw zo::Exception("The server answered invalid base64");
   std::ofstream out(path, std::ios::binary);
   out.write(reinterpret_cast<const char*>(bytes->data()),
             static_cast<std::streamsize>(bytes->size()));
-  if (!out) throw zo::Exception("Não foi possível gravar o arquivo " + path);
-  std::cerr << bytes->size() << " bytes gravados em " << path << "\n";
+  if (!out) throw zo::Exception("Cannot write the file " + path);
+  std::cerr << bytes->size() << " bytes written to " << path << "\n";
 }
 
 volatile std::sig_atomic_t gInterrupts = 0;
@@ -197,53 +207,30 @@ extern "C" void OnInterrupt(int) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  std::string host = "127.0.0.1";
-  int port = 7070;
-  std::string customer = Env("ZO_CUSTOMER");
-  std::string user = Env("ZO_USER");
-  std::string password = Env("ZO_PASSWORD");
-  zo::rpc::RpcClientOptions options;
-  std::vector<std::string> command;
+  const std::string program = zo::tools::ProgramName(argc > 0 ? argv[0] : nullptr);
+  CLI::App cli(kDescription);
+  ClientOptions options;
+  zo::tools::AddCommonOptions(cli, program);
+  AddOptions(cli, options);
+  zo::tools::AddEnvironment(cli, zo::tools::EnvironmentPrefix(program));
+  // Everything from the command on is the command's: its arguments may look like options.
+  cli.prefix_command();
+  cli.footer(kCommands);
+  if (const auto exit = zo::tools::ParseOrExit(cli, argc, argv, program, 1, std::cout, std::cerr)) {
+    return *exit;
+  }
+  const std::vector<std::string> command = cli.remaining();
+  const auto& [host, port, customer, user, password, tls, caFile] = options;
+  zo::rpc::RpcClientOptions clientOptions;
+  clientOptions.tls = tls || !caFile.empty();
+  clientOptions.caFile = caFile;
   try {
-    for (int i = 1; i < argc; ++i) {
-      const std::string arg = argv[i];
-      const bool hasValue = i + 1 < argc;
-      if (!command.empty()) {
-        command.push_back(arg);
-      } else if (arg == "--help" || arg == "-h") {
-        std::cout << kUsage;
-        return 0;
-      } else if (arg == "--version") {
-        std::cout << "zo-client (ZoServer) " ZO_VERSION_STRING "\n";
-        return 0;
-      } else if (arg == "--host" && hasValue) {
-        host = argv[++i];
-      } else if (arg == "--tls") {
-        options.tls = true;
-      } else if (arg == "--ca" && hasValue) {
-        options.caFile = argv[++i];
-        options.tls = true;
-      } else if (arg == "--port" && hasValue) {
-        port = zo::text::StrToInt(argv[++i]);
-      } else if (arg == "--customer" && hasValue) {
-        customer = argv[++i];
-      } else if (arg == "--user" && hasValue) {
-        user = argv[++i];
-      } else if (arg == "--password" && hasValue) {
-        password = argv[++i];
-      } else if (arg.rfind("--", 0) == 0) {
-        throw UsageError("Opção desconhecida ou sem valor: " + arg);
-      } else {
-        command.push_back(arg);
-      }
-    }
-    if (command.empty()) throw UsageError("Falta o comando");
-    if (port <= 0 || port > 65535) throw UsageError("Porta inválida");
+    if (command.empty()) throw UsageError("no command given");
     const auto [method, params] = Request(command);
 
     std::signal(SIGINT, OnInterrupt);
     zo::client::ProgressBar progress(std::cerr);
-    zo::rpc::RpcClient client(options);
+    zo::rpc::RpcClient client(clientOptions);
     client.SetCallbackHandler([&](const json& command) -> json {
       progress.Show(command);
       return gInterrupts > 0;  // true asks the server to cancel
@@ -260,17 +247,17 @@ int main(int argc, char** argv) {
     client.Close();
     return 0;
   } catch (const UsageError& e) {
-    std::cerr << "zo-client: " << e.what() << "\n(zo-client --help lists the commands)\n";
+    std::cerr << program << ": " << e.what() << "\n(" << program << " --help lists the commands)\n";
     return 1;
   } catch (const zo::rpc::RpcError& e) {
     if (e.Aborted()) {
-      std::cerr << "\nzo-client: operação cancelada\n";
+      std::cerr << "\n" << program << ": cancelled\n";
       return 3;
     }
-    std::cerr << "\nzo-client: " << e.what() << "\n";
+    std::cerr << "\n" << program << ": " << e.what() << "\n";
     return 2;
   } catch (const std::exception& e) {
-    std::cerr << "\nzo-client: " << e.what() << "\n";
+    std::cerr << "\n" << program << ": " << e.what() << "\n";
     return 2;
   }
 }

@@ -21,12 +21,16 @@ struct TOption {
   bool takesValue = false;
 };
 
-// The arguments of one command: options ("--name value", "--name=value", flags) and
-// positional arguments, in any order; "--" ends the options. "--help" and "-h" are always
-// accepted. Unknown or repeated options and missing values throw EUsageError.
+// The arguments of one command, parsed by CLI11: options ("--name value", "--name=value",
+// flags) and positional arguments, in any order; "--" ends the options. "--help" and "-h" are
+// always accepted, and so is "--config FILE" ("name = value" lines). With a `program` name,
+// each option may also come from the environment (zo-schema: ZO_SCHEMA_DB for --db), password
+// options excepted; the command line beats the environment, which beats the file. Unknown
+// options, missing values and bad configuration lines throw EUsageError.
 class TCommandLine {
  public:
-  TCommandLine(const std::vector<std::string>& args, const std::vector<TOption>& options);
+  TCommandLine(const std::vector<std::string>& args, const std::vector<TOption>& options,
+               const std::string& program = "");
 
   bool Has(std::string_view name) const;
   std::optional<std::string> Value(std::string_view name) const;

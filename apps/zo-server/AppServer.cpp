@@ -3,7 +3,6 @@
 #include <ibase.h>  // fb_shutdown
 #include <unistd.h>
 
-#include <algorithm>
 #include <chrono>
 #include <csignal>
 #include <ctime>
@@ -11,18 +10,20 @@
 #include <iostream>
 #include <mutex>
 #include <optional>
+#include <utility>
 #include <string>
-#include <vector>
 
 #include <boost/asio/io_context.hpp>
 #include <boost/asio/signal_set.hpp>
 
 #include "apps/zo-server/ModuleSession.h"
 #include "apps/zo-server/RootLock.h"
+#include "apps/zo-server/ServerOptions.h"
+#include "apps/zo-server/ServerLog.h"
 #include <zo/core/DebugOutput.h>
 #include <zo/core/Exceptions.h>
-#include <zo/version.h>
 #include <zo/core/Text.h>
+#include <zo/platform/db/ConnectionParams.h>
 #include <zo/platform/rpc/RpcServer.h>
 #include <zo/server/CustomServerModule.h>
 #include <zo/server/Refusals.h>
@@ -31,187 +32,52 @@ namespace zo::app {
 namespace {
 namespace fs = std::filesystem;
 
-struct Options {
-  std::string bind = "127.0.0.1";
-  int port = 7070;
-  std::string root;
-  int idleTimeoutSeconds = 1800;
-  int workers = 8;
-  int callbackTimeoutSeconds = 30;
-  std::size_t maxMessageBytes = 16 * 1024 * 1024;
-  rpc::LogLevel logLevel = rpc::LogLevel::kInfo;
-  // Protections against hostile clients (see docs/security.md).
-  int maxCallbackCalls = 0;  // 0: workers - workers / 4
-  int maxQueuedCalls = 32;
-  int pingTimeoutSeconds = 120;  // 0: no pings
-  std::vector<std::string> allowedOrigins;
-  std::string tlsCert;
-  std::string tlsKey;
-  std::string consoleDir;  // empty: "console" beside the executable, when it exists
-};
-
-void PrintHelp(const std::string& program, const TServerApplication& app) {
-  std::cout << "Usage: " << program << " [options]\n"
-            << "Serves the application \"" << app.name
-            << "\" to remote clients over WebSocket (ws://HOST:PORT/zo)\n"
-               "and HTTP (POST http://HOST:PORT/zo/rpc), JSON-RPC 2.0.\n\n"
-               "Options:\n"
-               "  --port N              TCP port (default 7070; 0 picks a free one)\n"
-               "  --bind ADDRESS        address to listen on (default 127.0.0.1)\n"
-               "  --root DIR            application root holding conn.conf and CustomersDB/\n"
-               "                        (default: the directory of the executable)\n"
-               "  --idle-timeout SECS   HTTP sessions expire after this idle time (default 1800)\n"
-               "  --workers N           threads running calls (default 8)\n"
-               "  --callback-timeout S  a client that does not answer a progress message in\n"
-               "                        S seconds cancels its call (default 30)\n"
-               "  --max-message BYTES   largest accepted message (default 16 MiB)\n"
-               "  --log-level LEVEL     off, error, info or debug (default info)\n"
-               "  --max-callback-calls N  calls talking to their clients at once, over all\n"
-               "                        clients (default workers - workers/4)\n"
-               "  --max-queued-calls N  calls one client may have waiting (default 32)\n"
-               "  --ping-timeout SECS   close WebSocket clients silent this long, pinging\n"
-               "                        them half-way (default 120; 0 never)\n"
-               "  --allow-origin LIST   comma-separated Origin values accepted from browsers\n"
-               "                        (default: any)\n"
-               "  --tls-cert FILE       PEM certificate chain: serve wss:// and https:// only\n"
-               "  --tls-key FILE        PEM private key of --tls-cert\n"
-               "  --console-dir DIR     the browser console's files, served at /console/\n"
-               "                        (default: console/ beside the executable)\n"
-               "  --version             print the version and exit\n"
-               "  --help                this text\n";
-}
-
-int ParseInt(const std::string& option, const std::string& value, int min, int max) {
-  const int n = text::StrToIntDef(value, min - 1);
-  if (n < min || n > max) {
-    throw Exception("Valor inválido para " + option + ": \"" + value + "\"");
-  }
-  return n;
-}
-
-rpc::LogLevel ParseLevel(const std::string& value) {
-  if (value == "off") return rpc::LogLevel::kOff;
-  if (value == "error") return rpc::LogLevel::kError;
-  if (value == "info") return rpc::LogLevel::kInfo;
-  if (value == "debug") return rpc::LogLevel::kDebug;
-  throw Exception("Valor inválido para --log-level: \"" + value + "\" (off, error, info, debug)");
-}
-
-// A comma-separated list, e.g. "https://a.example,https://b.example"; blanks are dropped.
-std::vector<std::string> ParseList(const std::string& value) {
-  std::vector<std::string> items;
-  std::size_t start = 0;
-  while (start <= value.size()) {
-    const std::size_t end = std::min(value.find(',', start), value.size());
-    const std::string item = text::Trim(value.substr(start, end - start));
-    if (!item.empty()) items.push_back(item);
-    start = end + 1;
-  }
-  return items;
-}
-
-// Returns nullopt when --help was asked for.
-std::optional<Options> Parse(int argc, char** argv) {
-  Options o;
-  for (int i = 1; i < argc; ++i) {
-    const std::string arg = argv[i];
-    if (arg == "--help" || arg == "-h") return std::nullopt;
-    if (i + 1 >= argc) throw Exception("Opção desconhecida ou sem valor: " + arg);
-    const std::string value = argv[++i];
-    if (arg == "--port") {
-      o.port = ParseInt(arg, value, 0, 65535);
-    } else if (arg == "--bind") {
-      o.bind = value;
-    } else if (arg == "--root") {
-      o.root = value;
-    } else if (arg == "--idle-timeout") {
-      o.idleTimeoutSeconds = ParseInt(arg, value, 1, 7 * 24 * 3600);
-    } else if (arg == "--workers") {
-      o.workers = ParseInt(arg, value, 1, 256);
-    } else if (arg == "--callback-timeout") {
-      o.callbackTimeoutSeconds = ParseInt(arg, value, 1, 24 * 3600);
-    } else if (arg == "--max-message") {
-      o.maxMessageBytes = static_cast<std::size_t>(ParseInt(arg, value, 1024, 1 << 30));
-    } else if (arg == "--log-level") {
-      o.logLevel = ParseLevel(value);
-    } else if (arg == "--max-callback-calls") {
-      o.maxCallbackCalls = ParseInt(arg, value, 1, 256);
-    } else if (arg == "--max-queued-calls") {
-      o.maxQueuedCalls = ParseInt(arg, value, 1, 100000);
-    } else if (arg == "--ping-timeout") {
-      o.pingTimeoutSeconds = ParseInt(arg, value, 0, 24 * 3600);
-    } else if (arg == "--allow-origin") {
-      const auto origins = ParseList(value);
-      o.allowedOrigins.insert(o.allowedOrigins.end(), origins.begin(), origins.end());
-    } else if (arg == "--tls-cert") {
-      o.tlsCert = value;
-    } else if (arg == "--tls-key") {
-      o.tlsKey = value;
-    } else if (arg == "--console-dir") {
-      o.consoleDir = fs::absolute(value).string();  // before the change to the root
-      if (!fs::is_directory(o.consoleDir)) {
-        throw Exception("Diretório do console inexistente: " + o.consoleDir);
-      }
-    } else {
-      throw Exception("Opção desconhecida: " + arg);
-    }
-  }
-  if (o.tlsCert.empty() != o.tlsKey.empty()) {
-    throw Exception("--tls-cert e --tls-key devem ser dados juntos");
-  }
-  return o;
-}
-
 std::string ExecutableDir() {
   std::error_code ec;
   const auto self = fs::read_symlink("/proc/self/exe", ec);
   return ec ? fs::current_path().string() : self.parent_path().string();
 }
 
-std::string Timestamp() {
-  const auto now = std::chrono::system_clock::now();
-  const std::time_t t = std::chrono::system_clock::to_time_t(now);
-  std::tm local{};
-  localtime_r(&t, &local);
-  char buf[32];
-  std::strftime(buf, sizeof buf, "%Y-%m-%d %H:%M:%S", &local);
-  return buf;
+// Every refusal (condition, authorization, database name, login) as one warning line, and
+// counted for /metrics.
+void ObserveRefusals(const rpc::LogSink& log, bool logThem,
+                     const std::shared_ptr<TServerProbe>& probe) {
+  AddRefusalObserver([log, logThem, probe](const TRefusal& refusal) {
+    if (refusal.kind == TRefusalKind::rkCondition) probe->CountRefusedCondition();
+    if (refusal.kind == TRefusalKind::rkAuthorization) probe->CountRefusedAuthorization();
+    if (!logThem) return;
+    log("warning: refused " + RefusalKindName(refusal.kind) + " " + refusal.customer + "/" +
+        refusal.user + " " + refusal.method + ": " + refusal.detail);
+  });
 }
 
-rpc::LogSink MakeLogSink() {
-  auto mutex = std::make_shared<std::mutex>();
-  return [mutex](const std::string& line) {
-    std::lock_guard lock(*mutex);
-    std::cerr << Timestamp() << " " << line << std::endl;
-  };
-}
-
-// The console's directory: the option's, or console/ beside the executable when it exists.
-std::string ConsoleDir(const Options& options) {
+std::string ConsoleDir(const ServerOptions& options) {
   if (!options.consoleDir.empty()) return options.consoleDir;
   const fs::path beside = fs::path(ExecutableDir()) / "console";
   std::error_code ec;
   return fs::is_directory(beside, ec) ? beside.string() : std::string();
 }
 
-// Every refusal (condition, authorization, database name, login) as one warning line.
-void LogRefusals(const rpc::LogSink& log) {
-  AddRefusalObserver([log](const TRefusal& refusal) {
-    log("warning: refused " + RefusalKindName(refusal.kind) + " " + refusal.customer + "/" +
-        refusal.user + " " + refusal.method + ": " + refusal.detail);
-  });
-}
-
-fs::path EnterRoot(const Options& options) {
+fs::path EnterRoot(const ServerOptions& options) {
   const fs::path root = fs::absolute(options.root.empty() ? ExecutableDir() : options.root);
-  if (!fs::is_directory(root)) throw Exception("Diretório raiz inexistente: " + root.string());
+  if (!fs::is_directory(root)) throw Exception("The application root does not exist: " + root.string());
   fs::current_path(root);
   SetApplicationRoot(root.string());
   if (!fs::exists("conn.conf")) {
-    throw Exception("Falta o arquivo conn.conf no diretório raiz " + root.string() +
-                    " (crie os clientes com zo-schema customer add)");
+    throw Exception("No conn.conf in the application root " + root.string() +
+                    " (provision customers with zo-schema customer add)");
   }
   return root;
+}
+
+// Two servers on one root would fight over embedded database files, so the root is locked;
+// when the root's conn.conf names a Firebird server, the databases are shared through it and
+// several processes may serve the same root (see docs/operations.md).
+std::optional<RootLock> LockEmbeddedRoot(const fs::path& root) {
+  TConnectionParams params;
+  params.LoadFromFile(root / "conn.conf");
+  if (!text::Trim(params.Values("Server")).empty()) return std::nullopt;
+  return std::optional<RootLock>(std::in_place, root);
 }
 
 // The database client library reacts to SIGINT and SIGTERM on its own: it shuts the engine
@@ -224,7 +90,7 @@ class DatabaseEngineShutdown {
   DatabaseEngineShutdown() {
     ISC_STATUS_ARRAY status{};
     if (fb_shutdown_callback(status, RefuseSignal, fb_shut_confirmation, nullptr) != 0) {
-      throw Exception("Não foi possível controlar o encerramento do Firebird");
+      throw Exception("Cannot take over the shutdown of the Firebird client library");
     }
   }
   ~DatabaseEngineShutdown() { fb_shutdown(kTimeoutMs, kReasonServerStopped); }
@@ -242,36 +108,26 @@ class DatabaseEngineShutdown {
 }  // namespace
 
 int RunAppServer(int argc, char** argv, const TServerApplication& app) {
-  if (argc == 2 && std::string(argv[1]) == "--version") {
-    std::cout << std::filesystem::path(argv[0]).filename().string() << " (ZoServer) "
-              << ZO_VERSION_STRING << "\n";
-    return 0;
-  }
-  std::optional<Options> options;
-  try {
-    options = Parse(argc, argv);
-  } catch (const std::exception& e) {
-    std::cerr << e.what() << "\n(" << argv[0] << " --help lists the options)\n";
-    return 1;
-  }
-  if (!options) {
-    PrintHelp(argv[0], app);
-    return 0;
-  }
+  int exitCode = 0;
+  const std::optional<ServerOptions> options = ParseServerOptions(argc, argv, app.name, exitCode);
+  if (!options) return exitCode;
   try {
     // Declared before the server: shuts the engine down after every module has gone.
     const DatabaseEngineShutdown engineShutdown;
-    const RootLock rootLock(EnterRoot(*options));
+    const auto rootLock = LockEmbeddedRoot(EnterRoot(*options));
     if (app.registerClasses) app.registerClasses();
-    const rpc::LogSink log = MakeLogSink();
+    const rpc::LogSink log = MakeServerLog(options->logFormat);
+    const rpc::LogSink appLog = MakeApplicationLog(log, options->logFormat);
     if (options->logLevel == rpc::LogLevel::kDebug) {
-      SetDebugOutput([log](const std::string& text) { log("debug: " + text); });
+      SetDebugOutput([appLog](const std::string& text) { appLog("debug: " + text); });
     }
     auto authenticator = app.makeAuthenticator ? app.makeAuthenticator()
                                                : std::make_unique<TUserTableAuthenticator>();
-    if (options->logLevel != rpc::LogLevel::kOff) LogRefusals(log);
-    auto factory =
-        std::make_shared<TModuleSessionFactory>(app.moduleClass, std::move(authenticator), log);
+    const auto probe = std::make_shared<TServerProbe>();
+    ObserveRefusals(appLog, options->logLevel != rpc::LogLevel::kOff, probe);
+    auto factory = std::make_shared<TModuleSessionFactory>(
+        app.moduleClass, std::move(authenticator), probe, appLog);
+    factory->KeepStatementTexts(options->slowMs > 0);
 
     rpc::RpcServerOptions rpcOptions;
     rpcOptions.address = options->bind;
@@ -281,14 +137,17 @@ int RunAppServer(int argc, char** argv, const TServerApplication& app) {
     rpcOptions.callbackTimeout = std::chrono::seconds(options->callbackTimeoutSeconds);
     rpcOptions.maxMessageSize = options->maxMessageBytes;
     rpcOptions.logLevel = options->logLevel;
+    rpcOptions.logFormat = options->logFormat;
+    rpcOptions.slowCall = std::chrono::milliseconds(options->slowMs);
     rpcOptions.logSink = log;
+    rpcOptions.probe = probe;
+    rpcOptions.staticDir = ConsoleDir(*options);
     rpcOptions.maxCallbackCalls = static_cast<unsigned>(options->maxCallbackCalls);
     rpcOptions.maxQueuedCalls = static_cast<unsigned>(options->maxQueuedCalls);
     rpcOptions.pingTimeout = std::chrono::seconds(options->pingTimeoutSeconds);
     rpcOptions.allowedOrigins = options->allowedOrigins;
     rpcOptions.tlsCertificateFile = options->tlsCert;
     rpcOptions.tlsKeyFile = options->tlsKey;
-    rpcOptions.staticDir = ConsoleDir(*options);
     // Caught from before the announcement on: whoever reads "listening" and at once sends
     // SIGTERM must get a graceful stop, not the signal's default death.
     boost::asio::io_context signalIo;
@@ -303,15 +162,16 @@ int RunAppServer(int argc, char** argv, const TServerApplication& app) {
               << "application root: " << ApplicationRoot() << "\n"
               << (rpcOptions.staticDir.empty()
                       ? std::string()
-                      : "console: http://" + options->bind + ":" + std::to_string(server.Port()) +
-                            rpcOptions.staticPath + "\n")
+                      : "console: http" + secure + "://" + options->bind + ":" +
+                            std::to_string(server.Port()) + rpcOptions.staticPath + "\n")
               << "Ctrl-C stops the server." << std::endl;
     signalIo.run();  // returns once the signal's handler has run
     server.Stop();
     std::cout << "stopped" << std::endl;
     return 0;
   } catch (const std::exception& e) {
-    std::cerr << "zo-server: " << e.what() << std::endl;
+    std::cerr << fs::path(argc > 0 ? argv[0] : "zo-server").filename().string() << ": "
+              << e.what() << std::endl;
     return 2;
   }
 }

@@ -2,17 +2,22 @@
 
 #include <filesystem>
 #include <thread>
+#include <utility>
 
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
 #include "apps/zo-server/EngineErrors.h"
 #include <zo/core/Exceptions.h>
+#include <zo/platform/db/SQLConnection.h>
 #include <zo/server/Refusals.h>
 #include <zo/server/UserPasswords.h>
 
 namespace zo::app {
 namespace {
+
+// A slow call's trace shows its first statements; a call may run thousands.
+constexpr std::size_t kMaxStatementTexts = 50;
 
 // One message for every wrong part of a login, so that the answer tells nothing about which
 // part was wrong, nor who the customers are.
@@ -37,14 +42,53 @@ void Log(const rpc::LogSink& log, const std::string& line) {
 }  // namespace
 
 TModuleSession::TModuleSession(std::unique_ptr<TZoCustomServerModule> module, std::string customer,
-                               std::string user, rpc::LogSink log)
+                               std::string user, std::shared_ptr<TServerProbe> probe,
+                               bool keepStatementTexts, rpc::LogSink log)
     : module_(std::move(module)),
       customer_(std::move(customer)),
       user_(std::move(user)),
-      log_(std::move(log)) {}
+      probe_(std::move(probe)),
+      keepStatementTexts_(keepStatementTexts),
+      log_(std::move(log)) {
+  probe_->Adjust(customer_, 1, 0);
+  UpdateAttachment();
+}
+
+TModuleSession::~TModuleSession() {
+  module_.reset();  // detaches before the gauges say so
+  probe_->Adjust(customer_, -1, attached_ ? -1 : 0);
+}
+
+void TModuleSession::UpdateAttachment() {
+  const TSQLConnection* connection = module_->SQLConnection();
+  const bool attached = connection != nullptr && connection->Connected();
+  if (attached != attached_) probe_->Adjust(customer_, 0, attached ? 1 : -1);
+  attached_ = attached;
+}
+
+rpc::StatementTrace TModuleSession::TakeStatementTrace() { return std::exchange(trace_, {}); }
 
 nlohmann::json TModuleSession::Call(const std::string& method, const nlohmann::json& params,
                                     TZoCallback* callback) {
+  // Counts the statements of this call on the connection it starts with; afterwards the
+  // connection is left untraced and the gauges are brought up to date.
+  struct CallScope {
+    TModuleSession& session;
+    TSQLConnection* connection;
+    ~CallScope() {
+      if (connection != nullptr) connection->SetTrace(nullptr);
+      session.UpdateAttachment();
+    }
+  } const scope{*this, module_->SQLConnection()};
+  trace_ = {0, {}};
+  if (scope.connection != nullptr) {
+    scope.connection->SetTrace([this](const std::string& sql) {
+      ++trace_.count;
+      if (keepStatementTexts_ && trace_.texts.size() < kMaxStatementTexts) {
+        trace_.texts.push_back(sql);
+      }
+    });
+  }
   try {
     return module_->CallMethod(method, params, callback);
   } catch (const EMethodNotFound& e) {
@@ -62,8 +106,12 @@ nlohmann::json TModuleSession::Call(const std::string& method, const nlohmann::j
 
 TModuleSessionFactory::TModuleSessionFactory(TModuleClass moduleClass,
                                              std::unique_ptr<IAuthenticator> authenticator,
+                                             std::shared_ptr<TServerProbe> probe,
                                              rpc::LogSink log, TLoginThrottleOptions throttle)
-    : authenticator_(std::move(authenticator)), log_(std::move(log)), throttle_(throttle) {
+    : authenticator_(std::move(authenticator)),
+      probe_(std::move(probe)),
+      log_(std::move(log)),
+      throttle_(throttle) {
   serverClass_.SetModuleClass(std::move(moduleClass));
 }
 
@@ -143,7 +191,8 @@ std::unique_ptr<rpc::IRpcSession> TModuleSessionFactory::Connect(const nlohmann:
   event.connectionData["peer"] = client.peer;
   event.serverClassInstance = module.get();
   serverClass_.CreateInstance(event);
-  return std::make_unique<TModuleSession>(std::move(module), customer, user, log_);
+  return std::make_unique<TModuleSession>(std::move(module), customer, user, probe_,
+                                          keepStatementTexts_, log_);
 }
 
 }  // namespace zo::app

@@ -2,6 +2,8 @@
 
 #include <zo/core/Exceptions.h>
 
+#include "platform/rpc/ServerMetrics.h"
+
 namespace zo::rpc {
 
 using nlohmann::json;
@@ -25,8 +27,9 @@ class DroppingCallback : public TZoCallback {
 
 }  // namespace
 
-CallbackChannel::CallbackChannel(Sender send, std::chrono::milliseconds timeout)
-    : send_(std::move(send)), timeout_(timeout) {}
+CallbackChannel::CallbackChannel(Sender send, std::chrono::milliseconds timeout,
+                                 ServerMetrics* metrics)
+    : send_(std::move(send)), timeout_(timeout), metrics_(metrics) {}
 
 std::string CallbackChannel::NextId() { return "cb-" + std::to_string(++counter_); }
 
@@ -43,7 +46,10 @@ json CallbackChannel::Request(const json& command) {
     Forget(id);
     throw EAbort();
   }
-  if (!Answered(answer)) {
+  if (metrics_ != nullptr) metrics_->CallbackWaitStarted();
+  const bool answered = Answered(answer);
+  if (metrics_ != nullptr) metrics_->CallbackWaitEnded();
+  if (!answered) {
     // The client is connected but silent: give up, so the call ends and its work rolls back.
     Forget(id);
     throw EAbort();

@@ -16,6 +16,8 @@
 
 namespace zo::rpc {
 
+class ServerMetrics;
+
 // The server-to-client requests of one WebSocket client: a worker sends one and waits on a
 // future; the connection's read loop fulfils it when the answer with that id arrives, and
 // breaks every wait when the socket closes.
@@ -25,7 +27,8 @@ class CallbackChannel : public std::enable_shared_from_this<CallbackChannel> {
   using Sender = std::function<bool(std::string)>;
 
   // `timeout`: how long a request waits for its answer; zero waits for ever.
-  CallbackChannel(Sender send, std::chrono::milliseconds timeout);
+  // `metrics` (optional) counts the calls waiting for an answer.
+  CallbackChannel(Sender send, std::chrono::milliseconds timeout, ServerMetrics* metrics = nullptr);
 
   // Sends `command` and blocks for the client's answer. Throws zo::EAbort when the socket
   // closes or no answer comes in time, and zo::Exception when the client answers an error.
@@ -45,6 +48,7 @@ class CallbackChannel : public std::enable_shared_from_this<CallbackChannel> {
 
   Sender send_;
   std::chrono::milliseconds timeout_;
+  ServerMetrics* const metrics_;
   std::mutex mutex_;
   std::map<std::string, std::promise<nlohmann::json>> pending_;
   std::uint64_t counter_ = 0;

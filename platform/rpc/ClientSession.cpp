@@ -76,9 +76,11 @@ void ClientSession::Touch() { lastActivity_ = Clock::now().time_since_epoch().co
 void ClientSession::Run(const Request& request, const Reply& reply) {
   const auto start = Clock::now();
   const auto refuse = [&](int code, const std::string& message) {
+    CallRecord record{info_, request.method};
+    record.code = code;
+    record.error = message;
+    Finish(record, start, code == codes::kAlreadyConnected);
     if (!request.notification) reply(ErrorResponse(request.id, code, message));
-    server_.log.Write(LogLevel::kInfo, FormatAccessLine({info_, request.method, "", "",
-                                                         Clock::now() - start, false, message}));
   };
   if (closed_) return refuse(codes::kNotConnected, "Session closed");
   if (server_.stopping) return refuse(codes::kShuttingDown, "The server is shutting down");
@@ -94,11 +96,8 @@ void ClientSession::Run(const Request& request, const Reply& reply) {
 
 void ClientSession::RunConnect(const Request& request, const Reply& reply) {
   const auto start = Clock::now();
-  CallRecord record{info_,
-                    request.method,
-                    StringParam(request.params, "customer"),
-                    StringParam(request.params, "user"),
-                    {}};
+  CallRecord record{info_, request.method, StringParam(request.params, "customer"),
+                    StringParam(request.params, "user")};
   std::string response;
   try {
     session_ = server_.factory->Connect(request.params, info_);
@@ -109,18 +108,17 @@ void ClientSession::RunConnect(const Request& request, const Reply& reply) {
     response = ResultResponse(request.id, connectResult_);
   } catch (...) {
     const ErrorInfo error = DescribeCurrentException();
-    record.ok = false;
+    record.code = error.code;
     record.error = error.message;
     response = ErrorResponse(request.id, error.code, error.message, error.data);
   }
+  Finish(record, start, true);
   if (!request.notification) reply(std::move(response));
-  record.duration = Clock::now() - start;
-  server_.log.Write(LogLevel::kInfo, FormatAccessLine(record));
 }
 
 void ClientSession::RunCall(const Request& request, const Reply& reply) {
   const auto start = Clock::now();
-  CallRecord record{info_, request.method, session_->Customer(), session_->User(), {}};
+  CallRecord record{info_, request.method, session_->Customer(), session_->User()};
   std::unique_ptr<TZoCallback> callback;
   std::optional<CallLimit::Slot> slot;
   if (WantsCallback(request.params)) {
@@ -128,12 +126,12 @@ void ClientSession::RunCall(const Request& request, const Reply& reply) {
       // This call may wait for its client: it needs one of the places kept for such calls.
       slot.emplace(server_.callbackCalls);
       if (!slot->Held()) {
-        record.ok = false;
+        record.code = codes::kBusy;
         record.error = kCallbacksBusy;
+        Finish(record, start, true);
         if (!request.notification) {
           reply(ErrorResponse(request.id, codes::kBusy, kCallbacksBusy));
         }
-        server_.log.Write(LogLevel::kInfo, FormatAccessLine(record));
         return;
       }
       callback = channel_->MakeCallback();
@@ -147,15 +145,22 @@ void ClientSession::RunCall(const Request& request, const Reply& reply) {
         ResultResponse(request.id, session_->Call(request.method, request.params, callback.get()));
   } catch (...) {
     const ErrorInfo error = DescribeCurrentException();
-    record.ok = false;
+    record.code = error.code;
     record.error = error.message;
     response = ErrorResponse(request.id, error.code, error.message, error.data);
   }
-  if (!request.notification) reply(std::move(response));
-  record.duration = Clock::now() - start;
   record.customer = session_->Customer();
   record.user = session_->User();
-  server_.log.Write(LogLevel::kInfo, FormatAccessLine(record));
+  record.statements = session_->TakeStatementTrace();
+  Finish(record, start, true);
+  if (!request.notification) reply(std::move(response));
+}
+
+// Before the reply: a client that has its answer finds the call counted and logged.
+void ClientSession::Finish(CallRecord& record, Clock::time_point start, bool sessionSawMethod) {
+  record.duration = Clock::now() - start;
+  server_.metrics.CountCall(record.method, record.code, record.duration, sessionSawMethod);
+  server_.log.WriteCall(record, server_.options.slowCall);
 }
 
 void ClientSession::DestroySession(const std::string& reason) {

@@ -8,6 +8,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include "platform/rpc/AccessLog.h"
 #include "platform/rpc/JsonRpc.h"
 #include <zo/platform/rpc/RpcSession.h>
 
@@ -54,6 +55,10 @@ class ClientSession : public std::enable_shared_from_this<ClientSession> {
   void RunConnect(const Request& request, const Reply& reply);
   void RunCall(const Request& request, const Reply& reply);
   void DestroySession(const std::string& reason);
+  // Counts the call and writes its access-log line. `sessionSawMethod` is false for calls
+  // refused before a session looked at them.
+  void Finish(CallRecord& record, std::chrono::steady_clock::time_point start,
+              bool sessionSawMethod);
 
   ServerContext& server_;
   const ClientInfo info_;

@@ -10,6 +10,7 @@
 
 #include "platform/rpc/HttpRpc.h"
 #include "platform/rpc/JsonRpc.h"
+#include "platform/rpc/OpsRoutes.h"
 #include <zo/platform/rpc/RpcError.h>
 #include "platform/rpc/ServerContext.h"
 #include "platform/rpc/StaticFiles.h"
@@ -108,13 +109,14 @@ void HttpConnection<Stream>::Read() {
   parser_->body_limit(server_.options.maxMessageSize);
   beast::get_lowest_layer(stream_).expires_after(kIdleTimeout);
   http::async_read(stream_, buffer_, *parser_,
-                   [self = this->shared_from_this()](const error_code& error, std::size_t) {
-                     self->OnRead(error);
+                   [self = this->shared_from_this()](const error_code& error, std::size_t bytes) {
+                     self->OnRead(error, bytes);
                    });
 }
 
 template <class Stream>
-void HttpConnection<Stream>::OnRead(const error_code& error) {
+void HttpConnection<Stream>::OnRead(const error_code& error, std::size_t bytes) {
+  server_.metrics.BytesIn(bytes);
   if (!error) return Route();
   if (error == http::error::body_limit) return RefuseOversized();
   if (error == http::error::end_of_stream) {  // the client is done with the connection
@@ -159,7 +161,7 @@ void HttpConnection<Stream>::Route() {
     if (path == "/zo") return Upgrade();
     return Respond(http::status::not_found, "Not found\n", true);
   }
-  if (path != "/zo/rpc") return Respond(http::status::not_found, "Not found\n");
+  if (path != "/zo/rpc") return ServeOps(path);
   if (request.method() != http::verb::post) {
     return Respond(http::status::method_not_allowed, "Use POST\n");
   }
@@ -171,6 +173,19 @@ void HttpConnection<Stream>::Upgrade() {
   beast::get_lowest_layer(stream_).expires_never();  // the WebSocket keeps its own time
   std::make_shared<WsConnection<Stream>>(std::move(stream_), server_, client_)
       ->Run(parser_->release());
+}
+
+template <class Stream>
+void HttpConnection<Stream>::ServeOps(std::string_view path) {
+  const auto respond = [self = this->shared_from_this()](OpsResponse response) {
+    net::post(self->stream_.get_executor(), [self, response = std::move(response)]() mutable {
+      self->Respond(response.status, std::move(response.body), false,
+                    std::move(response.contentType));
+    });
+  };
+  if (!ServeOpsRoute(server_, path, parser_->get().method(), respond)) {
+    Respond(http::status::not_found, "Not found\n");
+  }
 }
 
 template <class Stream>
@@ -189,20 +204,26 @@ void HttpConnection<Stream>::ServeRpc() {
 }
 
 template <class Stream>
-void HttpConnection<Stream>::Respond(http::status status, std::string body, bool close) {
+void HttpConnection<Stream>::Respond(http::status status, std::string body, bool close,
+                                     std::string contentType) {
   const Request& request = parser_->get();
   const unsigned version = request.version() == 10 ? 10 : 11;  // 0 when the request was garbage
   auto response = std::make_shared<http::response<http::string_body>>(status, version);
   response->set(http::field::server, "ZoServer");
-  const bool json = !body.empty() && body.front() == '{';
-  response->set(http::field::content_type, json ? "application/json" : "text/plain");
-  if (status == http::status::method_not_allowed) response->set(http::field::allow, "POST");
+  if (contentType.empty()) {
+    contentType = !body.empty() && body.front() == '{' ? "application/json" : "text/plain";
+  }
+  response->set(http::field::content_type, contentType);
+  if (status == http::status::method_not_allowed) {
+    response->set(http::field::allow, PathOf(request.target()) == "/zo/rpc" ? "POST" : "GET");
+  }
   response->keep_alive(!close && request.keep_alive());
   response->body() = std::move(body);
   response->prepare_payload();
   beast::get_lowest_layer(stream_).expires_after(kIdleTimeout);
   http::async_write(stream_, *response, [self = this->shared_from_this(), response](
-                                            const error_code& error, std::size_t) {
+                                            const error_code& error, std::size_t bytes) {
+    self->server_.metrics.BytesOut(bytes);
     self->OnWritten(response->need_eof(), error);
   });
 }
@@ -235,7 +256,8 @@ bool HttpConnection<Stream>::ServeStaticFile() {
   response->prepare_payload();
   beast::get_lowest_layer(stream_).expires_after(kIdleTimeout);
   http::async_write(stream_, *response, [self = this->shared_from_this(), response](
-                                            const error_code& error, std::size_t) {
+                                            const error_code& error, std::size_t bytes) {
+    self->server_.metrics.BytesOut(bytes);
     self->OnWritten(response->need_eof(), error);
   });
   return true;

@@ -35,11 +35,14 @@ class HttpConnection : public IConnection,
   void Handshake();
   void Read();
   bool OriginAllowed() const;
-  void OnRead(const boost::system::error_code& error);
+  void OnRead(const boost::system::error_code& error, std::size_t bytes);
   void Route();
   void Upgrade();
   void ServeRpc();
-  void Respond(boost::beast::http::status status, std::string body, bool close = false);
+  void ServeOps(std::string_view path);
+  // An empty `contentType` means JSON for a body that starts with '{', else plain text.
+  void Respond(boost::beast::http::status status, std::string body, bool close = false,
+               std::string contentType = {});
   bool ServeStaticFile();
   void OnWritten(bool close, const boost::system::error_code& error);
   void RefuseOversized();

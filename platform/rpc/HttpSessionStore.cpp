@@ -64,4 +64,9 @@ std::vector<std::shared_ptr<ClientSession>> HttpSessionStore::TakeAll() {
   return all;
 }
 
+std::size_t HttpSessionStore::Size() {
+  const std::lock_guard lock(mutex_);
+  return clients_.size();
+}
+
 }  // namespace zo::rpc

@@ -25,6 +25,7 @@ class HttpSessionStore {
   // activity).
   std::vector<std::shared_ptr<ClientSession>> TakeExpired(std::chrono::milliseconds idle);
   std::vector<std::shared_ptr<ClientSession>> TakeAll();
+  std::size_t Size();
 
  private:
   std::mutex mutex_;

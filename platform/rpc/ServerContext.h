@@ -10,6 +10,7 @@
 #include "platform/rpc/CallLimit.h"
 #include "platform/rpc/ConnectionRegistry.h"
 #include "platform/rpc/HttpSessionStore.h"
+#include "platform/rpc/ServerMetrics.h"
 #include <zo/platform/rpc/RpcServer.h>
 #include "platform/rpc/WorkerPool.h"
 
@@ -20,7 +21,7 @@ struct ServerContext {
   ServerContext(std::shared_ptr<IRpcSessionFactory> sessionFactory, RpcServerOptions serverOptions)
       : factory(std::move(sessionFactory)),
         options(std::move(serverOptions)),
-        log(options.logLevel, options.logSink),
+        log(options.logLevel, options.logFormat, options.logSink),
         pool(std::make_shared<WorkerPool>(options.workers)),
         connectPool(std::make_shared<WorkerPool>(options.connectWorkers)),
         callbackCalls(CallbackCallLimit(options)) {}
@@ -43,6 +44,7 @@ struct ServerContext {
   std::unique_ptr<boost::asio::ssl::context> tls;  // set when the port speaks TLS
   ConnectionRegistry connections;
   HttpSessionStore httpSessions;
+  ServerMetrics metrics;
   std::atomic<bool> stopping{false};  // new calls are refused
 };
 

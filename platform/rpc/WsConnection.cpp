@@ -35,6 +35,7 @@ WsConnection<Stream>::~WsConnection() {
   if (channel_) channel_->Close();
   if (client_) client_->Close("server stopped");
   server_.connections.Remove(this);
+  if (counted_) server_.metrics.WsClosed();
 }
 
 template <class Stream>
@@ -46,7 +47,8 @@ void WsConnection<Stream>::Run(beast::http::request<beast::http::string_body> up
     if (self) self->Send(std::move(message));
     return self != nullptr;
   };
-  channel_ = std::make_shared<CallbackChannel>(send, server_.options.callbackTimeout);
+  channel_ = std::make_shared<CallbackChannel>(send, server_.options.callbackTimeout,
+                                               &server_.metrics);
   const auto callEnded = [weak] {
     if (const auto self = weak.lock()) {
       net::post(self->ws_.get_executor(), [self] { self->ResumeReading(); });
@@ -77,6 +79,8 @@ template <class Stream>
 void WsConnection<Stream>::OnAccept(const error_code& error) {
   if (error) return End("handshake failed: " + error.message());
   open_ = true;
+  counted_ = true;
+  server_.metrics.WsOpened();
   server_.log.Write(LogLevel::kDebug, "rpc ws " + info_.peer + " connected");
   Read();
 }
@@ -105,7 +109,8 @@ void WsConnection<Stream>::Read() {
   // At most one byte beyond the limit is read: enough to know the message is too large.
   const std::size_t room = server_.options.maxMessageSize + 1 - buffer_.size();
   ws_.async_read_some(buffer_, room,
-                      [self = this->shared_from_this()](const error_code& error, std::size_t) {
+                      [self = this->shared_from_this()](const error_code& error, std::size_t bytes) {
+                        self->server_.metrics.BytesIn(bytes);
                         self->OnRead(error);
                       });
 }
@@ -185,7 +190,8 @@ template <class Stream>
 void WsConnection<Stream>::WriteNext() {
   ws_.text(true);
   ws_.async_write(net::buffer(writes_.front()),
-                  [self = this->shared_from_this()](const error_code& error, std::size_t) {
+                  [self = this->shared_from_this()](const error_code& error, std::size_t bytes) {
+                    self->server_.metrics.BytesOut(bytes);
                     self->OnWritten(error);
                   });
 }

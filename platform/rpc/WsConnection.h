@@ -64,6 +64,7 @@ class WsConnection : public IConnection,
   bool open_ = false;     // handshake done, socket usable, close not started
   bool closing_ = false;  // the closing handshake has started
   bool ended_ = false;    // callbacks failed and session closed
+  bool counted_ = false;  // counted among the open WebSocket connections
   bool paused_ = false;   // reading stopped until the client's queues drain
 };
 

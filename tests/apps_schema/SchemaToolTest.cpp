@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <fstream>
 
 #include "tests/apps_schema/ToolRunner.h"
 #include "tests/script/ScriptTestSupport.h"
@@ -22,7 +23,7 @@ TEST(SchemaTool, CommandLineHelpAndExitCodes) {
   const auto run = [&](std::vector<std::string> args) { return RunSchema(args, dir.Path()); };
   const auto none = run({});
   EXPECT_EQ(none.exitCode, 1);
-  EXPECT_TRUE(Contains(none.err, "Comandos:"));
+  EXPECT_TRUE(Contains(none.err, "Commands:"));
 
   const auto help = run({"--help"});
   EXPECT_EQ(help.exitCode, 0);
@@ -39,19 +40,28 @@ TEST(SchemaTool, CommandLineHelpAndExitCodes) {
     EXPECT_TRUE(Contains(r.err, message)) << r.err;
     EXPECT_TRUE(r.out.empty());
   };
-  usage({"frobnicate"}, "comando desconhecido: frobnicate");
-  usage({"create"}, "falta a opção --db");
-  usage({"create", "--db"}, "falta o valor da opção --db");
-  usage({"create", "--db", "x.fdb", "--force"}, "opção desconhecida: --force");
-  usage({"create", "--db=x.fdb", "--db=y.fdb"}, "opção repetida: --db");
-  usage({"apply", "--db", "x.fdb"}, "falta o argumento SCRIPT");
-  usage({"script", "extra"}, "argumento a mais: extra");
+  usage({"frobnicate"}, "unknown command: frobnicate");
+  usage({"create"}, "missing option --db");
+  usage({"create", "--db"}, "--db: 1 required TEXT missing");
+  usage({"create", "--db", "x.fdb", "--force"}, "not expected: --force");
+  usage({"create", "--db=x.fdb", "--db=y.fdb"}, "--db: At Most 1 required but received 2");
+  usage({"apply", "--db", "x.fdb"}, "missing argument SCRIPT");
+  usage({"script", "extra"}, "unexpected argument: extra");
   usage({"customer", "remove", "X"}, "subcomando desconhecido");
 
   const auto missing = run({"diff", "--db", "missing.fdb"});
   EXPECT_EQ(missing.exitCode, 2);
   EXPECT_TRUE(Contains(missing.err, "banco de dados não encontrado: missing.fdb"));
   EXPECT_EQ(run({"apply", "--db", "missing.fdb", "x.sql"}).exitCode, 2);
+  // The same option from a configuration file, and a key no option of the command has.
+  const TempDir configs;
+  std::ofstream(configs.Path() / "good.conf") << "# diff\ndb = missing.fdb\n";
+  std::ofstream(configs.Path() / "bad.conf") << "db = missing.fdb\nroot = /srv\n";
+  const auto fromFile = run({"diff", "--config", (configs.Path() / "good.conf").string()});
+  EXPECT_EQ(fromFile.exitCode, 2);
+  EXPECT_TRUE(Contains(fromFile.err, "missing.fdb")) << fromFile.err;
+  usage({"diff", "--config", (configs.Path() / "bad.conf").string()},
+        "bad.conf line 2: unknown key \"root\"");
   EXPECT_TRUE(fs::is_empty(dir.Path()));
 }
 

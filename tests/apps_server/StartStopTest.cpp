@@ -12,6 +12,8 @@
 #include <fstream>
 #include <string>
 
+#include <zo/version.h>
+
 #include "tests/apps_server/ServerProcess.h"
 #include "tests/support/TempDir.h"
 
@@ -67,6 +69,27 @@ TEST(ServerStartStop, RefusesToStartWithoutARootConfigurationOrWithBadOptions) {
   EXPECT_EQ(run({"--port", "70000"}), 1);
   EXPECT_EQ(run({"--root"}), 1);
   EXPECT_EQ(run({"--verbose", "yes"}), 1);
+
+  // A configuration file stops start-up at its first bad line, named with its key.
+  const struct {
+    std::string text;
+    std::string message;
+  } configs[] = {
+      {"port = 0\n# comment\nprot = 7070\n", "line 3: unknown key \"prot\""},
+      {"log-level = loud\n", "line 1: bad value for \"log-level\""},
+      {"workers = 0\n", "line 1: bad value for \"workers\""},
+      {"port 7070\n", "line 1: expected \"key = value\""},
+  };
+  for (const auto& config : configs) {
+    std::ofstream(root.Path() / "zo.conf") << config.text;
+    EXPECT_EQ(run({"--config", (root.Path() / "zo.conf").string()}), 1) << config.text;
+    EXPECT_NE(ReadText(root.Path() / "err").find("zo-server: " + (root.Path() / "zo.conf").string() +
+                                                  " " + config.message),
+              std::string::npos)
+        << ReadText(root.Path() / "err");
+  }
+  EXPECT_EQ(RunTool(ZO_SERVER_BIN, {"--version"}, {{}, {}, root.Path() / "out", {}}, 30s), 0);
+  EXPECT_EQ(ReadText(root.Path() / "out"), std::string("zo-server ") + ZO_VERSION_STRING + "\n");
 }
 
 // The reader of the announcement may signal at once: the server must already be listening for

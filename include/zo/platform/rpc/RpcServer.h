@@ -12,8 +12,29 @@
 
 namespace zo::rpc {
 
-enum class LogLevel { kOff, kError, kInfo, kDebug };
+enum class LogLevel { kOff, kError, kWarning, kInfo, kDebug };
+// kJson: every line is the members of one JSON object without its braces, starting with
+// "level"; the sink wraps them, adding its own time (zo-server's does). The default sink adds
+// the braces alone.
+enum class LogFormat { kText, kJson };
 using LogSink = std::function<void(const std::string& line)>;
+
+// Whether the application can serve, for GET /health.
+struct Readiness {
+  bool ready = false;
+  std::string detail;  // for the operator: names nothing beyond customer identifiers
+};
+
+// What the application adds to GET /health and GET /metrics.
+class IServerProbe {
+ public:
+  virtual ~IServerProbe() = default;
+  // Appends the application's own metric families in Prometheus text format. Called on a
+  // network thread: must be quick and touch no database.
+  virtual void AppendMetrics(std::string& out) const = 0;
+  // Called on a worker thread; may open a database.
+  virtual Readiness CheckReadiness() = 0;
+};
 
 struct RpcServerOptions {
   std::string address = "127.0.0.1";
@@ -45,7 +66,11 @@ struct RpcServerOptions {
   std::string tlsKeyFile;
   std::chrono::milliseconds stopTimeout = std::chrono::seconds(30);     // Stop's wait for calls
   LogLevel logLevel = LogLevel::kInfo;
+  LogFormat logFormat = LogFormat::kText;
+  // Calls that take at least this long are logged at kWarning with their statements; 0: off.
+  std::chrono::milliseconds slowCall{0};
   LogSink logSink;  // empty: one line at a time to stderr
+  std::shared_ptr<IServerProbe> probe;  // empty: /health answers for the transport alone
   // Static files served to browsers with GET under staticPath (e.g. the console); empty: none.
   std::string staticDir;
   std::string staticPath = "/console/";

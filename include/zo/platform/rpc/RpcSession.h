@@ -2,6 +2,7 @@
 
 #include <memory>
 #include <string>
+#include <vector>
 
 #include <nlohmann/json_fwd.hpp>
 
@@ -16,6 +17,12 @@ namespace zo::rpc {
 struct ClientInfo {
   std::string peer;       // "address:port"
   std::string transport;  // "ws" or "http"
+};
+
+// What one call did in the database.
+struct StatementTrace {
+  int count = -1;                  // -1: the session does not count statements
+  std::vector<std::string> texts;  // the first statements' texts, when the session keeps them
 };
 
 // Thrown by a session for a method name it does not serve; the client gets JSON-RPC -32601.
@@ -44,6 +51,8 @@ class IRpcSession {
                               TZoCallback* callback) = 0;
   virtual std::string Customer() const = 0;  // for the access log
   virtual std::string User() const = 0;      // for the access log
+  // The database statements the last Call ran, for the access log; called right after it.
+  virtual StatementTrace TakeStatementTrace() { return {}; }
 };
 
 class IRpcSessionFactory {

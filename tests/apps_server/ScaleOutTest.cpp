@@ -1,0 +1,212 @@
+// Two zo-server processes on one application root whose customer database lives on a Firebird
+// server: concurrent inserts, updates and DeleteArrays of one customer through both, then the
+// database read back with isql. No acknowledged write may be lost, and a DeleteArray is whole
+// or absent.
+
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <map>
+#include <mutex>
+#include <set>
+#include <sstream>
+#include <thread>
+
+#include <boost/asio/io_context.hpp>
+#include <boost/asio/ip/tcp.hpp>
+#include <fmt/format.h>
+
+#include "tests/apps_server/Deployment.h"
+
+namespace zo::testing {
+namespace {
+
+namespace fs = std::filesystem;
+namespace net = boost::asio;
+using namespace std::chrono_literals;
+
+constexpr const char* kFirebird = "/usr/sbin/firebird";
+constexpr const char* kIsql = "/usr/bin/isql-fb";
+constexpr const char* kSysdbaFile = "/etc/firebird/3.0/SYSDBA.password";
+constexpr int kThreads = 4;  // two a server
+constexpr int kRounds = 12;
+constexpr int kGroupSize = 20;
+
+std::string SysdbaPassword() {
+  std::istringstream lines(ReadText(kSysdbaFile));
+  for (std::string line; std::getline(lines, line);) {
+    if (line.starts_with("ISC_PASSWORD=")) {
+      std::string value = line.substr(13);
+      if (value.size() >= 2 && value.front() == '"') value = value.substr(1, value.size() - 2);
+      return value;
+    }
+  }
+  return "";
+}
+
+std::uint16_t FreePort() {
+  net::io_context io;
+  net::ip::tcp::acceptor acceptor(io, {net::ip::make_address("127.0.0.1"), 0});
+  return acceptor.local_endpoint().port();
+}
+
+bool Accepts(std::uint16_t port) {
+  net::io_context io;
+  net::ip::tcp::socket socket(io);
+  boost::system::error_code error;
+  socket.connect({net::ip::make_address("127.0.0.1"), port}, error);
+  return !error;
+}
+
+// A Firebird server on a free loopback port while this object lives.
+class FirebirdServer {
+ public:
+  FirebirdServer()
+      : port_(FreePort()), process_(kFirebird, {"-p", std::to_string(port_)}, ChildStreams{}) {
+    for (int i = 0; i < 200 && !Accepts(port_); ++i) std::this_thread::sleep_for(50ms);
+  }
+  std::uint16_t Port() const { return port_; }
+
+ private:
+  std::uint16_t port_;
+  ChildProcess process_;
+};
+
+// Every customer connection, the root's included, names the Firebird server: several
+// processes may then share the root.
+void PointAtServer(const fs::path& root, std::uint16_t port, const std::string& password) {
+  const std::string conf = fmt::format(
+      "User_Name=SYSDBA\nPassword={}\nSQLDialect=3\nCharSet=UTF8\n"
+      "Database=CustomersDB/{}/ZO.FDB\nServer=127.0.0.1/{}\nServerRoot={}\n",
+      password, kAcme.id, port, root.string());
+  std::ofstream(root / "conn.conf") << conf;
+  std::ofstream(root / "CustomersDB" / kAcme.id / "conn.conf") << conf;
+}
+
+// CIDADES as isql reads it through the Firebird server: id -> name.
+std::map<int, std::string> CitiesByIsql(const fs::path& root, std::uint16_t port,
+                                        const std::string& password) {
+  const TempDir io;
+  std::ofstream(io.Path() / "query.sql")
+      << "SET HEADING OFF;\nSELECT 'ROW', ID, NOME FROM CIDADES;\n";
+  const std::string database = fmt::format("127.0.0.1/{}:{}", port,
+                                           (root / "CustomersDB" / kAcme.id / "ZO.FDB").string());
+  const int code = RunTool(kIsql, {"-q", "-user", "SYSDBA", "-password", password, database},
+                           {io.Path(), io.Path() / "query.sql", io.Path() / "out", io.Path() / "err"},
+                           60s);
+  EXPECT_EQ(code, 0) << ReadText(io.Path() / "err");
+  std::map<int, std::string> cities;
+  std::istringstream lines(ReadText(io.Path() / "out"));
+  for (std::string line; std::getline(lines, line);) {
+    std::istringstream row(line);
+    std::string tag, name;
+    int id = 0;
+    if (!(row >> tag >> id) || tag != "ROW") continue;
+    std::getline(row >> std::ws, name);
+    cities[id] = name.substr(0, name.find_last_not_of(' ') + 1);
+  }
+  return cities;
+}
+
+// What the clients were told succeeded.
+struct Acknowledged {
+  std::mutex mutex;
+  std::map<int, std::string> names;  // inserted or updated: id -> last acknowledged name
+  std::set<int> deletedGroups;
+  std::set<int> triedGroups;
+  int failedWrites = 0;  // inserts and updates, which never conflict here
+};
+
+std::vector<int> Group(int group) {
+  std::vector<int> ids;
+  for (int i = 0; i < kGroupSize; ++i) ids.push_back(100001 + group * kGroupSize + i);
+  return ids;
+}
+
+json City(const std::string& name) {
+  return {{"type", "DemoClasses.TCidade"}, {"fields", {{"Nome", name}, {"UF", "SO"}}}};
+}
+
+// One client: inserts a city and renames it each round, and deletes a group of the seeded
+// cities that a client of the other server deletes at the same time.
+void Work(int thread, std::uint16_t port, Acknowledged& acked) {
+  rpc::RpcClient client(ClientOptions());
+  client.Open("127.0.0.1", port);
+  client.Connect(Credentials(kAcme));
+  for (int round = 0; round < kRounds; ++round) {
+    const std::string name = fmt::format("Escala {}-{}", thread, round);
+    const int group = round * (kThreads / 2) + thread / 2;
+    try {
+      const int id = client.Call("Insert", {{"jObj", City(name)}}).get<int>();
+      json city = City(name + " renomeada");
+      city["fields"]["Codigo"] = id;
+      {
+        const std::lock_guard lock(acked.mutex);
+        acked.names[id] = name;
+      }
+      client.Call("Update", {{"jObj", city}, {"Callback", true}});
+      const std::lock_guard lock(acked.mutex);
+      acked.names[id] = name + " renomeada";
+    } catch (const std::exception&) {
+      const std::lock_guard lock(acked.mutex);
+      ++acked.failedWrites;
+    }
+    {
+      const std::lock_guard lock(acked.mutex);
+      acked.triedGroups.insert(group);
+    }
+    try {
+      client.Call("DeleteArray", {{"AClassName", "TCidade"}, {"jArray", Group(group)}});
+      const std::lock_guard lock(acked.mutex);
+      acked.deletedGroups.insert(group);
+    } catch (const rpc::RpcError&) {
+      // The other server's client deleted (or is deleting) the same rows: allowed, as long as
+      // the group ends whole or absent.
+    }
+  }
+}
+
+TEST(ScaleOut, TwoServersOnOneFirebirdServerLoseNoAcknowledgedWrite) {
+  ASSERT_TRUE(fs::exists(kFirebird) && fs::exists(kIsql))
+      << "scripts/bootstrap.sh installs firebird3.0-server and firebird3.0-utils";
+  const std::string password = SysdbaPassword();
+  ASSERT_FALSE(password.empty()) << "cannot read " << kSysdbaFile;
+
+  Deployment deployment({.customers = {kAcme}, .seedAcme = true, .serverArgs = {}});
+  ASSERT_EQ(deployment.Server().Stop(), 0);  // the embedded server let go of the database
+  const FirebirdServer firebird;
+  ASSERT_TRUE(Accepts(firebird.Port())) << "the Firebird server did not start";
+  PointAtServer(deployment.Root(), firebird.Port(), password);
+
+  const ZoServerProcess first(deployment.Root(), {"--log-level", "error"});
+  const ZoServerProcess second(deployment.Root(), {"--log-level", "error"});
+  Acknowledged acked;
+  std::vector<std::thread> threads;
+  for (int t = 0; t < kThreads; ++t) {
+    threads.emplace_back(Work, t, t % 2 == 0 ? first.Port() : second.Port(), std::ref(acked));
+  }
+  for (auto& thread : threads) thread.join();
+
+  const auto cities = CitiesByIsql(deployment.Root(), firebird.Port(), password);
+  EXPECT_EQ(acked.failedWrites, 0);
+  EXPECT_EQ(acked.names.size(), static_cast<std::size_t>(kThreads * kRounds));
+  for (const auto& [id, name] : acked.names) {
+    const auto found = cities.find(id);
+    ASSERT_NE(found, cities.end()) << "acknowledged city " << id << " is lost";
+    EXPECT_EQ(found->second, name) << id;
+  }
+  EXPECT_FALSE(acked.deletedGroups.empty());
+  for (const int group : acked.triedGroups) {
+    int present = 0;
+    for (const int id : Group(group)) present += static_cast<int>(cities.count(id));
+    EXPECT_TRUE(present == 0 || present == kGroupSize) << "group " << group << ": " << present;
+    if (acked.deletedGroups.count(group) > 0) {
+      EXPECT_EQ(present, 0) << "group " << group;
+    }
+  }
+  EXPECT_EQ(cities.count(100001 + kThreads / 2 * kRounds * kGroupSize), 1u)
+      << "a city no client deleted is gone";
+}
+
+}  // namespace
+}  // namespace zo::testing
