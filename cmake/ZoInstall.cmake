@@ -21,7 +21,21 @@ write_basic_package_version_file(${PROJECT_BINARY_DIR}/ZoServerConfigVersion.cma
 install(FILES ${PROJECT_BINARY_DIR}/ZoServerConfig.cmake ${PROJECT_BINARY_DIR}/ZoServerConfigVersion.cmake
   DESTINATION ${ZO_CMAKE_DIR} COMPONENT dev)
 
+install(FILES ${PROJECT_SOURCE_DIR}/LICENSE ${PROJECT_SOURCE_DIR}/CHANGELOG.md
+  DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT runtime)
+
 if(ZO_BUILD_TOOLS)
+  # The programs find libzoserver.so beside them in any prefix (bin/../lib).
+  file(RELATIVE_PATH zo_bin_to_lib /${CMAKE_INSTALL_BINDIR} /${CMAKE_INSTALL_LIBDIR})
+  set_target_properties(zo-server zo-schema PROPERTIES INSTALL_RPATH "$ORIGIN/${zo_bin_to_lib}")
   install(TARGETS zo-server zo-schema zo-client RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR}
     COMPONENT tools)
 endif()
+
+# pkg-config file of the core library, relocatable: the prefix is found from the file's own
+# place, so the same file serves a Debian package and a private --prefix.
+file(RELATIVE_PATH ZO_PC_PREFIX_FROM_PCDIR /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
+string(REGEX REPLACE "/$" "" ZO_PC_PREFIX_FROM_PCDIR "${ZO_PC_PREFIX_FROM_PCDIR}")
+configure_file(${PROJECT_SOURCE_DIR}/cmake/zoserver.pc.in ${PROJECT_BINARY_DIR}/zoserver.pc @ONLY)
+install(FILES ${PROJECT_BINARY_DIR}/zoserver.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig
+  COMPONENT dev)

@@ -15,7 +15,9 @@ endforeach()
 
 add_library(zoserver_objects OBJECT ${ZO_LIBRARY_SOURCES})
 set_target_properties(zoserver_objects PROPERTIES
-  POSITION_INDEPENDENT_CODE ON)
+  POSITION_INDEPENDENT_CODE ON
+  CXX_VISIBILITY_PRESET hidden
+  VISIBILITY_INLINES_HIDDEN ON)
 # Public headers live under include/zo/ and are what an application includes (<zo/...>);
 # internal headers stay beside their sources and are reached from the source root.
 target_include_directories(zoserver_objects PUBLIC

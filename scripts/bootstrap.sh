@@ -8,8 +8,10 @@ packages=(
   libgtest-dev libgmock-dev libbenchmark-dev
   firebird-dev libfbclient2 firebird3.0-server-core firebird3.0-utils firebird3.0-server
   nlohmann-json3-dev libfmt-dev
+  jq  # the installed-example test reads the example client's JSON answers
   libboost-dev libboost-system-dev
   libssl-dev openssl
+  dpkg-dev  # dpkg-shlibdeps: run-time dependencies of the Debian packages (cpack)
   libspdlog-dev libcli11-dev
   systemd
   chromium

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <zo/Export.h>
+
 #include <string>
 
 namespace zo {
@@ -19,7 +21,7 @@ enum class TPropertySkill : int {
 
 // The annotation on a data class (table name) or on a property (column name, character size,
 // skill, required and indexed flags, and the referenced / host / master class).
-class Annotation {
+class ZO_EXPORT Annotation {
  public:
   explicit Annotation(std::string name, TPropertySkill skill = TPropertySkill::psNormal,
                       bool required = false)

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <zo/Export.h>
+
 #include <string>
 
 #include <zo/core/Annotation.h>
@@ -9,17 +11,17 @@
 // its type.
 namespace zo {
 
-const Annotation* FirstAnnotation(const TRttiProperty* prop);  // nullptr without annotations
+ZO_EXPORT const Annotation* FirstAnnotation(const TRttiProperty* prop);  // nullptr without annotations
 // Column name: the annotation's name; the property's name when unannotated.
-std::string GetAttribName(const TRttiProperty* prop);
-TPropertySkill GetAttribSkill(const TRttiProperty* prop);  // psNormal when unannotated
-int GetAttribSkillOrdinal(const TRttiProperty* prop);
+ZO_EXPORT std::string GetAttribName(const TRttiProperty* prop);
+ZO_EXPORT TPropertySkill GetAttribSkill(const TRttiProperty* prop);  // psNormal when unannotated
+ZO_EXPORT int GetAttribSkillOrdinal(const TRttiProperty* prop);
 // The master class of an aggregated detail, the host of an embedded member, the class a
 // reference points at.
-TDataObjectClass GetHostClass(const TRttiProperty* prop);
-bool IsAgregation(const TRttiProperty* prop);   // holds a list of data objects
-bool IsComposition(const TRttiProperty* prop);  // holds one data object
-bool IsIndexed(const TRttiProperty* prop);
-bool IsRequired(const TRttiProperty* prop);
+ZO_EXPORT TDataObjectClass GetHostClass(const TRttiProperty* prop);
+ZO_EXPORT bool IsAgregation(const TRttiProperty* prop);   // holds a list of data objects
+ZO_EXPORT bool IsComposition(const TRttiProperty* prop);  // holds one data object
+ZO_EXPORT bool IsIndexed(const TRttiProperty* prop);
+ZO_EXPORT bool IsRequired(const TRttiProperty* prop);
 
 }  // namespace zo

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <zo/Export.h>
+
 #include <memory>
 #include <string>
 #include <type_traits>
@@ -40,7 +42,7 @@ constexpr TRttiType::Factory FactoryFor() {
 
 // Base of every persistent entity. Data objects are neither copyable nor movable: owner links
 // point at them.
-class TBaseDataObject : public TObject {
+class ZO_EXPORT TBaseDataObject : public TObject {
  public:
   TBaseDataObject() = default;
   ~TBaseDataObject() override = default;

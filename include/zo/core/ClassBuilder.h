@@ -1,5 +1,7 @@
 #pragma once
 
+#include <zo/Export.h>
+
 // Defining a data class's properties: one line per property, checked by the compiler.
 //
 //   DefineClass<TCidade>("DemoClasses", Annotation("CIDADES"))
@@ -103,8 +105,8 @@ const TTypeInfo& TypeInfoOf() {
   return info;
 }
 
-std::string EncodeUtf8(char32_t cp);
-char32_t DecodeFirstUtf8(const std::string& s);
+ZO_EXPORT std::string EncodeUtf8(char32_t cp);
+ZO_EXPORT char32_t DecodeFirstUtf8(const std::string& s);
 
 template <class M>
 TValue::Data ToData(const M& m) {
@@ -158,8 +160,8 @@ M FromValue(const TValue& v) {
   }
 }
 
-[[noreturn]] void ThrowWrongInstance(const std::string& property);
-[[noreturn]] void ThrowWrongObject(const std::string& property, const std::string& expected);
+[[noreturn]] ZO_EXPORT void ThrowWrongInstance(const std::string& property);
+[[noreturn]] ZO_EXPORT void ThrowWrongObject(const std::string& property, const std::string& expected);
 
 template <class C>
 const C& Self(const TObject& o, const std::string& property) {

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <zo/Export.h>
+
 #include <string_view>
 #include <vector>
 
@@ -9,8 +11,8 @@ namespace zo {
 
 // Every defined data class, by short name ("TCliente") and qualified name ("Demo.TCliente").
 // Filled at start-up by the class definitions, read-only afterwards.
-void RegisterClass(TDataObjectClass cls);
-TDataObjectClass FindClass(std::string_view name);  // nullptr when unknown
-std::vector<TDataObjectClass> RegisteredClasses();
+ZO_EXPORT void RegisterClass(TDataObjectClass cls);
+ZO_EXPORT TDataObjectClass FindClass(std::string_view name);  // nullptr when unknown
+ZO_EXPORT std::vector<TDataObjectClass> RegisteredClasses();
 
 }  // namespace zo

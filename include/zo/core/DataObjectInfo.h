@@ -1,5 +1,7 @@
 #pragma once
 
+#include <zo/Export.h>
+
 #include <string>
 #include <string_view>
 #include <vector>
@@ -12,7 +14,7 @@ namespace zo {
 
 // Per-class metadata of the core library: the class, its properties, its key property, and
 // the SQL literal forms of property values. The server's mapping layer derives from it.
-class TDataObjectInfo {
+class ZO_EXPORT TDataObjectInfo {
  public:
   TDataObjectInfo() = default;
   TDataObjectInfo(const TDataObjectInfo&) = delete;

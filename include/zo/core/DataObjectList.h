@@ -1,5 +1,7 @@
 #pragma once
 
+#include <zo/Export.h>
+
 #include <memory>
 #include <vector>
 
@@ -8,7 +10,7 @@
 namespace zo {
 
 // An owning list of data objects of one item class: the type of aggregated-list properties.
-class TDataObjectList : public TObject {
+class ZO_EXPORT TDataObjectList : public TObject {
  public:
   explicit TDataObjectList(TDataObjectClass itemClass) : itemClass_(itemClass) {}
 

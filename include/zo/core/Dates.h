@@ -1,5 +1,7 @@
 #pragma once
 
+#include <zo/Export.h>
+
 #include <chrono>
 #include <cstdint>
 #include <ostream>
@@ -11,24 +13,24 @@ namespace zo {
 // representation the database layer and the JSON wire agree on. Zero means "no date".
 namespace dates {
 
-struct CivilDateTime {
+struct ZO_EXPORT CivilDateTime {
   int year = 1899, month = 12, day = 30;
   int hour = 0, minute = 0, second = 0, millisecond = 0;
 };
 
-double FromCivil(const CivilDateTime& c);
-CivilDateTime ToCivil(double days);
-double FromTimePoint(std::chrono::system_clock::time_point tp);
-std::chrono::system_clock::time_point ToTimePoint(double days);
-double Now();  // local wall-clock time
+ZO_EXPORT double FromCivil(const CivilDateTime& c);
+ZO_EXPORT CivilDateTime ToCivil(double days);
+ZO_EXPORT double FromTimePoint(std::chrono::system_clock::time_point tp);
+ZO_EXPORT std::chrono::system_clock::time_point ToTimePoint(double days);
+ZO_EXPORT double Now();  // local wall-clock time
 
 // "YYYY-MM-DD", "YYYY-MM-DD HH:MM:SS.zzz", "HH:MM:SS.zzz".
-std::string FormatDate(double days);
-std::string FormatDateTime(double days);
-std::string FormatTime(double days);
+ZO_EXPORT std::string FormatDate(double days);
+ZO_EXPORT std::string FormatDateTime(double days);
+ZO_EXPORT std::string FormatTime(double days);
 // Accepts "YYYY-MM-DD", "YYYY-MM-DD[T ]HH:MM[:SS[.fff]]" and "HH:MM[:SS[.fff]]"; throws
 // zo::Exception on anything else.
-double ParseIso(const std::string& text);
+ZO_EXPORT double ParseIso(const std::string& text);
 
 }  // namespace dates
 
@@ -42,17 +44,17 @@ struct TDateValue {
   friend bool operator==(const TDateValue&, const TDateValue&) = default;
 };
 
-struct TDateTag {};
-struct TDateTimeTag {};
-struct TTimeTag {};
+struct ZO_EXPORT TDateTag {};
+struct ZO_EXPORT TDateTimeTag {};
+struct ZO_EXPORT TTimeTag {};
 
-struct TDate : TDateValue<TDateTag> {
+struct ZO_EXPORT TDate : TDateValue<TDateTag> {
   using TDateValue::TDateValue;
   static TDate FromYMD(int y, int m, int d) { return TDate(dates::FromCivil({y, m, d})); }
   std::string ToIso() const { return dates::FormatDate(value); }
 };
 
-struct TDateTime : TDateValue<TDateTimeTag> {
+struct ZO_EXPORT TDateTime : TDateValue<TDateTimeTag> {
   using TDateValue::TDateValue;
   static TDateTime Now() { return TDateTime(dates::Now()); }
   static TDateTime FromParts(int y, int mo, int d, int h = 0, int mi = 0, int s = 0, int ms = 0) {
@@ -61,7 +63,7 @@ struct TDateTime : TDateValue<TDateTimeTag> {
   std::string ToIso() const { return dates::FormatDateTime(value); }
 };
 
-struct TTime : TDateValue<TTimeTag> {
+struct ZO_EXPORT TTime : TDateValue<TTimeTag> {
   using TDateValue::TDateValue;
   static TTime FromHMS(int h, int m, int s = 0, int ms = 0) {
     return TTime(dates::FromCivil({1899, 12, 30, h, m, s, ms}));

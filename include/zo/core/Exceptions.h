@@ -1,5 +1,7 @@
 #pragma once
 
+#include <zo/Export.h>
+
 #include <stdexcept>
 #include <string>
 
@@ -7,7 +9,7 @@ namespace zo {
 
 // The one exception type of the library: a message meant for the user (Portuguese for the
 // system's own failures, Firebird's text for database failures).
-class Exception : public std::runtime_error {
+class ZO_EXPORT Exception : public std::runtime_error {
  public:
   explicit Exception(const std::string& message) : std::runtime_error(message) {}
   std::string Message() const { return what(); }
@@ -15,7 +17,7 @@ class Exception : public std::runtime_error {
 
 // The silent abort: ends the running operation without an error dialog on the client. Raised
 // when the client answers a wait-screen command with "cancel".
-class EAbort : public Exception {
+class ZO_EXPORT EAbort : public Exception {
  public:
   EAbort() : Exception("Operation aborted") {}
 };

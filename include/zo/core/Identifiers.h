@@ -1,5 +1,7 @@
 #pragma once
 
+#include <zo/Export.h>
+
 #include <cstdint>
 #include <ostream>
 
@@ -16,8 +18,8 @@ struct TIdentifier {
   constexpr operator int32_t() const { return value; }  // NOLINT(google-explicit-constructor)
 };
 
-struct TPrimaryKeyTag {};
-struct TForeignKeyTag {};
+struct ZO_EXPORT TPrimaryKeyTag {};
+struct ZO_EXPORT TForeignKeyTag {};
 using TPrimaryKey = TIdentifier<TPrimaryKeyTag>;  // negative: not stored yet
 using TForeignKey = TIdentifier<TForeignKeyTag>;  // -1: no reference
 

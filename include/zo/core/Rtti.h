@@ -1,5 +1,7 @@
 #pragma once
 
+#include <zo/Export.h>
+
 #include <functional>
 #include <memory>
 #include <string>
@@ -19,7 +21,7 @@ class TRttiType;
 // One published property of a data class: name, type, declaring class, annotations and typed
 // access through TValue. Object-valued properties own what they hold: SetObject moves
 // ownership in, GetObject returns an observer.
-class TRttiProperty {
+class ZO_EXPORT TRttiProperty {
  public:
   struct Accessors {
     std::function<TValue(const TObject&)> get;
@@ -61,7 +63,7 @@ class TRttiProperty {
 
 // The type record of a data class: what the design calls a class reference. One per C++
 // class (see ZO_DATA_CLASS), filled by an explicit definition at start-up and read-only after.
-class TRttiType {
+class ZO_EXPORT TRttiType {
  public:
   using Factory = std::unique_ptr<TBaseDataObject> (*)();
 

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <zo/Export.h>
+
 #include <cstddef>
 #include <cstdint>
 #include <string>
@@ -10,7 +12,7 @@
 namespace zo {
 
 // A byte stream with a position, the type of binary large-object properties.
-class TStream : public TObject {
+class ZO_EXPORT TStream : public TObject {
  public:
   virtual size_t Read(void* buffer, size_t count) = 0;
   virtual void Write(const void* buffer, size_t count) = 0;
@@ -20,7 +22,7 @@ class TStream : public TObject {
 };
 
 // The in-memory stream used everywhere a stream is produced.
-class TMemoryStream : public TStream {
+class ZO_EXPORT TMemoryStream : public TStream {
  public:
   TMemoryStream() = default;
   explicit TMemoryStream(std::vector<uint8_t> bytes) : bytes_(std::move(bytes)) {}
@@ -43,12 +45,12 @@ class TMemoryStream : public TStream {
 
 // An image held as its encoded bytes. A distinct type: bitmaps are written but never read back
 // by the persistence layer.
-class TBitmap : public TMemoryStream {
+class ZO_EXPORT TBitmap : public TMemoryStream {
  public:
   using TMemoryStream::TMemoryStream;
 };
 
 // Reads everything from the stream's current position to its end.
-std::vector<uint8_t> ReadRemaining(TStream& stream);
+ZO_EXPORT std::vector<uint8_t> ReadRemaining(TStream& stream);
 
 }  // namespace zo

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <zo/Export.h>
+
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -14,9 +16,9 @@ using THandle = std::uintptr_t;
 // The handle of the application's own module, for applications that have only one.
 inline constexpr THandle HInstance = 1;
 
-void RegisterTextResource(THandle module, std::string_view name, std::string text);
-std::optional<std::string> FindTextResource(THandle module, std::string_view name);
+ZO_EXPORT void RegisterTextResource(THandle module, std::string_view name, std::string text);
+ZO_EXPORT std::optional<std::string> FindTextResource(THandle module, std::string_view name);
 // As FindTextResource, but a missing resource raises the resource error.
-std::string LoadTextResource(THandle module, std::string_view name);
+ZO_EXPORT std::string LoadTextResource(THandle module, std::string_view name);
 
 }  // namespace zo

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <zo/Export.h>
+
 #include <string>
 
 namespace zo {
@@ -38,7 +40,7 @@ enum class TObjectShape { None, DataObject, List, Stream, Bitmap };
 // The type of one property: its kind, its declared type name ("TPrimaryKey", "TForeignKey",
 // "Integer", "Boolean", "TDate", "TStream", ...) and, for object-valued properties, what they
 // hold. One instance per C++ member type, created on first use and never changed.
-struct TTypeInfo {
+struct ZO_EXPORT TTypeInfo {
   TTypeKind kind = TTypeKind::tkUnknown;
   std::string name;
   TObjectShape shape = TObjectShape::None;

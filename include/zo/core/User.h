@@ -1,5 +1,7 @@
 #pragma once
 
+#include <zo/Export.h>
+
 #include <string>
 
 #include <zo/core/BaseDataObject.h>
@@ -8,7 +10,7 @@
 namespace zo {
 
 // A login of the application (table USUARIOS, key ID).
-class TUser : public TBaseDataObject {
+class ZO_EXPORT TUser : public TBaseDataObject {
   ZO_DATA_CLASS(TUser, TBaseDataObject)
  public:
   std::string Login;
@@ -16,7 +18,7 @@ class TUser : public TBaseDataObject {
 };
 
 // Base of data classes that record who inserted or changed them and when.
-class TUserObject : public TBaseDataObject {
+class ZO_EXPORT TUserObject : public TBaseDataObject {
   ZO_DATA_CLASS(TUserObject, TBaseDataObject)
  public:
   TForeignKey UserID;
@@ -26,6 +28,6 @@ class TUserObject : public TBaseDataObject {
 
 // Defines the core library's own classes (TUser, TUserObject, the wait-screen commands).
 // Call once at start-up before defining application classes; later calls do nothing.
-void RegisterCoreClasses();
+ZO_EXPORT void RegisterCoreClasses();
 
 }  // namespace zo

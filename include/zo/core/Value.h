@@ -1,5 +1,7 @@
 #pragma once
 
+#include <zo/Export.h>
+
 #include <cstdint>
 #include <string>
 #include <variant>
@@ -12,7 +14,7 @@ class TObject;
 
 // A property value read through reflection, tagged with the property's type. Scalars are held
 // by value; an object-valued property yields an observer pointer (the owner keeps it).
-class TValue {
+class ZO_EXPORT TValue {
  public:
   using Data = std::variant<std::monostate, int64_t, double, bool, std::string, TObject*>;
 

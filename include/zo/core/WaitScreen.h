@@ -1,5 +1,7 @@
 #pragma once
 
+#include <zo/Export.h>
+
 #include <string>
 
 #include <zo/core/BaseDataObject.h>
@@ -7,7 +9,7 @@
 // The commands that drive the client's wait screen, sent through the client callback as JSON.
 namespace zo {
 
-class TWaitScreenCommandTitle : public TBaseDataObject {
+class ZO_EXPORT TWaitScreenCommandTitle : public TBaseDataObject {
   ZO_DATA_CLASS(TWaitScreenCommandTitle, TBaseDataObject)
  public:
   TWaitScreenCommandTitle() = default;
@@ -15,7 +17,7 @@ class TWaitScreenCommandTitle : public TBaseDataObject {
   std::string Text;
 };
 
-class TWaitScreenCommandJob : public TBaseDataObject {
+class ZO_EXPORT TWaitScreenCommandJob : public TBaseDataObject {
   ZO_DATA_CLASS(TWaitScreenCommandJob, TBaseDataObject)
  public:
   TWaitScreenCommandJob() = default;
@@ -23,7 +25,7 @@ class TWaitScreenCommandJob : public TBaseDataObject {
   std::string Text;
 };
 
-class TWaitScreenCommandGo : public TBaseDataObject {
+class ZO_EXPORT TWaitScreenCommandGo : public TBaseDataObject {
   ZO_DATA_CLASS(TWaitScreenCommandGo, TBaseDataObject)
  public:
   int32_t Position = 0;

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <zo/Export.h>
+
 #include <cstdint>
 #include <functional>
 #include <map>
@@ -20,7 +22,7 @@ class TZoCallback;
 // after hooks, a progress reporter wired to the client's wait screen, a cache of the objects
 // it reads, and access to SQL text kept in text resources. Applications derive concrete
 // actions and implement ExecuteAction.
-class TActionServer {
+class ZO_EXPORT TActionServer {
  public:
   TActionServer();
   TActionServer(const TActionServer&) = delete;

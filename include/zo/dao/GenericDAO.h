@@ -1,5 +1,7 @@
 #pragma once
 
+#include <zo/Export.h>
+
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -26,7 +28,7 @@ enum TTipoNext : int32_t { tnFirst = 0, tnPrevious = 1, tnNext = 2, tnLast = 3 }
 // with the current user and time, foreign-key violations on delete become user messages, and
 // deletions report progress to the client. Applications derive their own DAOs and override
 // the virtual operations; the server module binds DAOs to data classes.
-class TGenericDAO {
+class ZO_EXPORT TGenericDAO {
  public:
   explicit TGenericDAO(TSQLConnection* connection);
   TGenericDAO(const TGenericDAO&) = delete;

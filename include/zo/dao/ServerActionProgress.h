@@ -1,5 +1,7 @@
 #pragma once
 
+#include <zo/Export.h>
+
 #include <cstdint>
 #include <functional>
 #include <string>
@@ -8,7 +10,7 @@ namespace zo {
 
 // Turns the steps of a long operation into whole percentages and raises an event only when
 // the whole percent changes, so a loop of any length sends at most 100 positions.
-class TServerActionProgressWzd {
+class ZO_EXPORT TServerActionProgressWzd {
  public:
   using TNotifyEvent = std::function<void(TServerActionProgressWzd& sender)>;
   using TCancelProgressEvent = std::function<void(TServerActionProgressWzd& sender, bool& cancel)>;

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <zo/Export.h>
+
 #include <bitset>
 #include <cstdint>
 #include <memory>
@@ -48,7 +50,7 @@ using TOwnedStructs = std::vector<std::unique_ptr<T>>;
 using TTableRefs = std::vector<TTableStruct*>;
 
 // Root of every structure element: a name and its DDL text.
-class TBaseStruct : public TBaseDataObject {
+class ZO_EXPORT TBaseStruct : public TBaseDataObject {
   ZO_DATA_CLASS(TBaseStruct, TBaseDataObject)
  public:
   const std::string& Name() const { return fName; }
@@ -64,7 +66,7 @@ class TBaseStruct : public TBaseDataObject {
 };
 
 // A constraint on one column (fKeyName) of its owning table.
-class TConstraintStruct : public TBaseStruct {
+class ZO_EXPORT TConstraintStruct : public TBaseStruct {
   ZO_DATA_CLASS(TConstraintStruct, TBaseStruct)
  public:
   const std::string& KeyName() const { return fKeyName; }
@@ -74,13 +76,13 @@ class TConstraintStruct : public TBaseStruct {
   std::string fKeyName;
 };
 
-class TDBSPrimaryKey : public TConstraintStruct {
+class ZO_EXPORT TDBSPrimaryKey : public TConstraintStruct {
   ZO_DATA_CLASS(TDBSPrimaryKey, TConstraintStruct)
  public:
   std::string getDDL() const override;
 };
 
-class TForeignKeyStruct : public TConstraintStruct {
+class ZO_EXPORT TForeignKeyStruct : public TConstraintStruct {
   ZO_DATA_CLASS(TForeignKeyStruct, TConstraintStruct)
  public:
   const std::string& RefTableName() const { return fRefTableName; }
@@ -95,13 +97,13 @@ class TForeignKeyStruct : public TConstraintStruct {
   std::string fRefKeyName;
 };
 
-class TUniqueStruct : public TConstraintStruct {
+class ZO_EXPORT TUniqueStruct : public TConstraintStruct {
   ZO_DATA_CLASS(TUniqueStruct, TConstraintStruct)
  public:
   std::string getDDL() const override;
 };
 
-class TColumnStruct : public TBaseStruct {
+class ZO_EXPORT TColumnStruct : public TBaseStruct {
   ZO_DATA_CLASS(TColumnStruct, TBaseStruct)
  public:
   TDBRType TypeData() const { return fTypeData; }
@@ -140,7 +142,7 @@ class TColumnStruct : public TBaseStruct {
 };
 
 // A DDL statement held as text (procedures, triggers, external functions).
-class TDDLStruct : public TBaseStruct {
+class ZO_EXPORT TDDLStruct : public TBaseStruct {
   ZO_DATA_CLASS(TDDLStruct, TBaseStruct)
  public:
   const std::string& Statement() const { return fStatement; }
@@ -152,11 +154,11 @@ class TDDLStruct : public TBaseStruct {
   std::string fStatement;
 };
 
-class TStoredProcedure : public TDDLStruct {
+class ZO_EXPORT TStoredProcedure : public TDDLStruct {
   ZO_DATA_CLASS(TStoredProcedure, TDDLStruct)
 };
 
-class TTrigger : public TDDLStruct {
+class ZO_EXPORT TTrigger : public TDDLStruct {
   ZO_DATA_CLASS(TTrigger, TDDLStruct)
  public:
   const std::string& Table() const { return fTable; }  // the table the trigger belongs to
@@ -166,7 +168,7 @@ class TTrigger : public TDDLStruct {
   std::string fTable;
 };
 
-class TGeneratorStruct : public TBaseStruct {
+class ZO_EXPORT TGeneratorStruct : public TBaseStruct {
   ZO_DATA_CLASS(TGeneratorStruct, TBaseStruct)
  public:
   int32_t Value() const { return fValue; }
@@ -178,7 +180,7 @@ class TGeneratorStruct : public TBaseStruct {
   int32_t fValue = 0;
 };
 
-class TIndiceStruct : public TBaseStruct {
+class ZO_EXPORT TIndiceStruct : public TBaseStruct {
   ZO_DATA_CLASS(TIndiceStruct, TBaseStruct)
  public:
   const std::string& Column() const { return fColumn; }  // the indexed column
@@ -193,7 +195,7 @@ class TIndiceStruct : public TBaseStruct {
 
 // One argument of an external function; its text is the SQL type of the catalog's field-type
 // code (FieldType).
-class TUDFArgument : public TBaseStruct {
+class ZO_EXPORT TUDFArgument : public TBaseStruct {
   ZO_DATA_CLASS(TUDFArgument, TBaseStruct)
  public:
   enum class TUDFMechanism { trmByValue, trmByReference, trmByDescriptor, trmByBlobDescriptor };
@@ -220,7 +222,7 @@ class TUDFArgument : public TBaseStruct {
 
 // An external function (DECLARE EXTERNAL FUNCTION). Arguments()[0] is the return value, the
 // others are the parameters in order.
-class TUDFMethod : public TDDLStruct {
+class ZO_EXPORT TUDFMethod : public TDDLStruct {
   ZO_DATA_CLASS(TUDFMethod, TDDLStruct)
  public:
   using TUDFMechanism = TUDFArgument::TUDFMechanism;
@@ -250,7 +252,7 @@ class TUDFMethod : public TDDLStruct {
   bool fFreeIt = false;
 };
 
-class TTableStruct : public TBaseStruct {
+class ZO_EXPORT TTableStruct : public TBaseStruct {
   ZO_DATA_CLASS(TTableStruct, TBaseStruct)
  public:
   // Creates the table's primary-key element, parented to the table.
@@ -337,7 +339,7 @@ class TTableStruct : public TBaseStruct {
 };
 
 // The structure of one module (one set of data classes).
-class TModuleStruct : public TBaseStruct {
+class ZO_EXPORT TModuleStruct : public TBaseStruct {
   ZO_DATA_CLASS(TModuleStruct, TBaseStruct)
  public:
   TModuleStruct();

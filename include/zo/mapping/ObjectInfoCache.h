@@ -1,5 +1,7 @@
 #pragma once
 
+#include <zo/Export.h>
+
 #include <string>
 
 #include <zo/mapping/ServerClasses.h>
@@ -13,12 +15,12 @@ namespace zo {
 // The cache is one per thread: modules run on several threads at once, and the entries are
 // mutated by the host/prefix re-pointing, so a shared cache would race. Within a thread the
 // behaviour is exactly that of one process-wide cache.
-TDataObjectInfoDB* GetObjectInfoDB(TDataObjectClass cls, TDataObjectClass hostClass = nullptr,
+ZO_EXPORT TDataObjectInfoDB* GetObjectInfoDB(TDataObjectClass cls, TDataObjectClass hostClass = nullptr,
                                    const std::string& prefix = "");
 
 // The name of the class's first class annotation ("" without one).
-std::string GetTableName(TDataObjectClass cls);
+ZO_EXPORT std::string GetTableName(TDataObjectClass cls);
 // The same, with checks that raise on a missing type, annotation or name.
-std::string GetAttributeTableName(TDataObjectClass cls);
+ZO_EXPORT std::string GetAttributeTableName(TDataObjectClass cls);
 
 }  // namespace zo

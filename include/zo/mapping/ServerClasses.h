@@ -1,5 +1,7 @@
 #pragma once
 
+#include <zo/Export.h>
+
 #include <memory>
 #include <string>
 #include <unordered_map>
@@ -21,7 +23,7 @@ class TTableStruct;
 using THashFKs = std::unordered_map<std::string, TForeignKeyStruct*>;
 
 // The DDL text of one class: create statement, primary key, foreign keys.
-class TObjectDDL {
+class ZO_EXPORT TObjectDDL {
  public:
   const std::string& Table() const { return FTable; }
   const std::string& PrimaryKey() const { return FPrimaryKey; }
@@ -40,7 +42,7 @@ class TObjectDDL {
 
 // The server's metadata of one data class: table, key column, column lists, ready-made insert
 // and select templates, statement and schema generation. Obtain it through GetObjectInfoDB.
-class TDataObjectInfoDB : public TDataObjectInfo {
+class ZO_EXPORT TDataObjectInfoDB : public TDataObjectInfo {
  public:
   TDataObjectInfoDB();
   ~TDataObjectInfoDB() override;

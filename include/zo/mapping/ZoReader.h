@@ -1,5 +1,7 @@
 #pragma once
 
+#include <zo/Export.h>
+
 #include <memory>
 
 #include <zo/platform/db/DBXCommand.h>
@@ -10,7 +12,7 @@ namespace zo {
 // A command and the result set it produced, owned together: destroying the TZoReader closes
 // and frees the result set first, then the command. Freeing it is the only clean-up its users
 // do. Made by GetReader (persistence/ZoServerUtils.h).
-class TZoReader {
+class ZO_EXPORT TZoReader {
  public:
   explicit TZoReader(std::unique_ptr<TDBXCommand> command);
   ~TZoReader();

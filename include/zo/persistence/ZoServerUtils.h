@@ -1,5 +1,7 @@
 #pragma once
 
+#include <zo/Export.h>
+
 // Object persistence: free functions that read data objects from rows, write them back,
 // translate conditions written over property names and ask the Firebird catalog questions.
 //
@@ -35,126 +37,126 @@ using TVariant = std::variant<std::monostate, std::string, bool, int32_t, int64_
 
 // Translates a condition over property names ("Nome = 'Ana' and Idade between 18 and 30")
 // into SQL over column names, without WHERE. Empty for an empty condition.
-std::string ParseCondition(TDataObjectClass cls, const std::string& condition);
-std::string ParseCondition(const TRttiType& type, const std::string& condition);
+ZO_EXPORT std::string ParseCondition(TDataObjectClass cls, const std::string& condition);
+ZO_EXPORT std::string ParseCondition(const TRttiType& type, const std::string& condition);
 // The column of a property; of a dotted name ("Cidade.Nome") the first part is resolved.
-std::string GetFieldName(const TRttiType* type, const std::string& propertyName);
+ZO_EXPORT std::string GetFieldName(const TRttiType* type, const std::string& propertyName);
 // The columns of the named properties joined by ",".
-std::string ParseProperties(const TRttiType* type, const std::vector<std::string>& names);
+ZO_EXPORT std::string ParseProperties(const TRttiType* type, const std::vector<std::string>& names);
 
 // ---- Single values ----------------------------------------------------------------------
 
-int32_t GetCount(TDBXConnection& connection, TDataObjectClass cls, const std::string& condition);
+ZO_EXPORT int32_t GetCount(TDBXConnection& connection, TDataObjectClass cls, const std::string& condition);
 // Kept as an empty operation: always 0, without touching the database.
-int32_t GetMax(TDBXConnection& connection, const TRttiProperty* prop, const std::string& condition);
+ZO_EXPORT int32_t GetMax(TDBXConnection& connection, const TRttiProperty* prop, const std::string& condition);
 // A new identifier from the table's generator GEN_<table>.
-int32_t Novocodigo(TDBXConnection& connection, const std::string& table);
-TVariant GetValueFromField(TDBXConnection& connection, int32_t id, const std::string& table,
+ZO_EXPORT int32_t Novocodigo(TDBXConnection& connection, const std::string& table);
+ZO_EXPORT TVariant GetValueFromField(TDBXConnection& connection, int32_t id, const std::string& table,
                            const std::string& column);
-void GetValueFromField2(TDBXConnection& connection, int32_t id, const std::string& table,
+ZO_EXPORT void GetValueFromField2(TDBXConnection& connection, int32_t id, const std::string& table,
                         const std::string& column, TVariant& value);
 // `condition` is SQL over column names and is used as given.
-TVariant GetValueFromFieldByCondition(TDBXConnection& connection, const std::string& table,
+ZO_EXPORT TVariant GetValueFromFieldByCondition(TDBXConnection& connection, const std::string& table,
                                       const std::string& column, const std::string& condition);
 
 // ---- Catalog questions ------------------------------------------------------------------
 
 // The key columns in key order, joined by ",".
-std::string GetPrimaryKey(TDBXConnection& connection, const std::string& table);
+ZO_EXPORT std::string GetPrimaryKey(TDBXConnection& connection, const std::string& table);
 // The declared length of the column in bytes; 0 when the catalog does not know the column.
-int32_t GetFieldLength(TDBXConnection& connection, const std::string& table,
+ZO_EXPORT int32_t GetFieldLength(TDBXConnection& connection, const std::string& table,
                        const std::string& column);
-bool TableExists(TDBXConnection& connection, const std::string& name);  // any letter case
-bool StoredProcedureExists(TDBXConnection& connection, const std::string& name);
-bool UDFMethodExists(TDBXConnection& connection, const std::string& name);
-bool TriggerExists(TDBXConnection& connection, const std::string& name);  // exact name
-bool IndexExists(TDBXConnection& connection, const std::string& name);    // exact name
-bool GeneratorExists(TDBXConnection& connection, const std::string& name);
-bool ColumnExists(TDBXConnection& connection, const std::string& table, const std::string& column);
-void CheckTableExist(TDBXConnection& connection, const std::string& table);
+ZO_EXPORT bool TableExists(TDBXConnection& connection, const std::string& name);  // any letter case
+ZO_EXPORT bool StoredProcedureExists(TDBXConnection& connection, const std::string& name);
+ZO_EXPORT bool UDFMethodExists(TDBXConnection& connection, const std::string& name);
+ZO_EXPORT bool TriggerExists(TDBXConnection& connection, const std::string& name);  // exact name
+ZO_EXPORT bool IndexExists(TDBXConnection& connection, const std::string& name);    // exact name
+ZO_EXPORT bool GeneratorExists(TDBXConnection& connection, const std::string& name);
+ZO_EXPORT bool ColumnExists(TDBXConnection& connection, const std::string& table, const std::string& column);
+ZO_EXPORT void CheckTableExist(TDBXConnection& connection, const std::string& table);
 
 // ---- Statements and transactions --------------------------------------------------------
 
-void ExecuteSqlCmd(TDBXConnection& connection, const std::string& statement);
+ZO_EXPORT void ExecuteSqlCmd(TDBXConnection& connection, const std::string& statement);
 // Every line in order, empty ones included; the first failure stops the run.
-void ExecuteSqlCmd(TDBXConnection& connection, const std::vector<std::string>& statements);
+ZO_EXPORT void ExecuteSqlCmd(TDBXConnection& connection, const std::vector<std::string>& statements);
 // Runs `sql` for its rows; the caller owns the result.
-std::unique_ptr<TZoReader> GetReader(TDBXConnection& connection, const std::string& sql);
-std::unique_ptr<TDBXTransaction> StartTransaction(TDBXConnection& connection);
+ZO_EXPORT std::unique_ptr<TZoReader> GetReader(TDBXConnection& connection, const std::string& sql);
+ZO_EXPORT std::unique_ptr<TDBXTransaction> StartTransaction(TDBXConnection& connection);
 // Both end the transaction and reset the handle.
-void CommitTransaction(TDBXConnection& connection, std::unique_ptr<TDBXTransaction>& transaction);
-void RollbackTransaction(TDBXConnection& connection, std::unique_ptr<TDBXTransaction>& transaction);
-std::string IdArrayToStr(const std::vector<int32_t>& ids, char delimiter);
+ZO_EXPORT void CommitTransaction(TDBXConnection& connection, std::unique_ptr<TDBXTransaction>& transaction);
+ZO_EXPORT void RollbackTransaction(TDBXConnection& connection, std::unique_ptr<TDBXTransaction>& transaction);
+ZO_EXPORT std::string IdArrayToStr(const std::vector<int32_t>& ids, char delimiter);
 
 // ---- Reading objects --------------------------------------------------------------------
 
 // The object stored under `id`. `hostClass` and `hostKeyName` are given only for an object
 // kept in its host's table (the key name is the member's column, used as field prefix).
-std::unique_ptr<TBaseDataObject> GetDataObject(TDBXConnection& connection, int32_t id,
+ZO_EXPORT std::unique_ptr<TBaseDataObject> GetDataObject(TDBXConnection& connection, int32_t id,
                                                TDataObjectClass cls,
                                                TDataObjectClass hostClass = nullptr,
                                                const std::string& hostKeyName = "");
-std::vector<std::unique_ptr<TBaseDataObject>> GetDataObjectByCondition(
+ZO_EXPORT std::vector<std::unique_ptr<TBaseDataObject>> GetDataObjectByCondition(
     TDBXConnection& connection, TDataObjectClass cls, const std::string& condition);
 // Copies the current row into `object`, then loads its aggregated lists (those whose item
 // class is the object's own class only when `loadOwnClassLists`).
-void ReaderToObject(TDBXConnection& connection, TDBXReader& reader, TDataObjectInfoDB& info,
+ZO_EXPORT void ReaderToObject(TDBXConnection& connection, TDBXReader& reader, TDataObjectInfoDB& info,
                     TBaseDataObject& object, bool loadOwnClassLists);
 // Appends the stored children of one aggregated-list property to the list it holds.
-void LoadAggregatedList(TDBXConnection& connection, TBaseDataObject& object,
+ZO_EXPORT void LoadAggregatedList(TDBXConnection& connection, TBaseDataObject& object,
                         const TRttiProperty* listProperty);
 // The property of `itemClass` that refers back to `masterClass`, or nullptr.
-const TRttiProperty* FindMasterReference(TDataObjectClass itemClass, TDataObjectClass masterClass,
+ZO_EXPORT const TRttiProperty* FindMasterReference(TDataObjectClass itemClass, TDataObjectClass masterClass,
                                          const std::string& referenceName);
 // The nested-set rows matching the condition in "lft" order; nullptr (no query) when blank.
-std::unique_ptr<TZoReader> GetNestedTree(TDBXConnection& connection, TDataObjectClass cls,
+ZO_EXPORT std::unique_ptr<TZoReader> GetNestedTree(TDBXConnection& connection, TDataObjectClass cls,
                                          const std::string& condition);
 // The bytes of a binary column; nullptr when there is no row, the column is NULL or it cannot
 // be read as bytes.
-std::unique_ptr<TMemoryStream> GetBlobData(TDBXConnection& connection, int32_t id,
+ZO_EXPORT std::unique_ptr<TMemoryStream> GetBlobData(TDBXConnection& connection, int32_t id,
                                            const std::string& propertyName, TDataObjectClass cls);
 
 // ---- Writing objects --------------------------------------------------------------------
 
 // Inserts the object (drawing its Codigo from the generator when negative) and, with
 // `writeLists`, its aggregated lists. Returns the identifier.
-int32_t InsertDataObject(TDBXConnection& connection, TBaseDataObject& object,
+ZO_EXPORT int32_t InsertDataObject(TDBXConnection& connection, TBaseDataObject& object,
                          bool writeLists = true);
 // Writes the properties that differ from the stored row, then synchronises the lists. A null
 // object is ignored; an object without identifier (-1) raises.
-void UpdateDataObject(TDBXConnection& connection, TBaseDataObject* object,
+ZO_EXPORT void UpdateDataObject(TDBXConnection& connection, TBaseDataObject* object,
                       TDataObjectClass hostClass = nullptr, bool writeOwnClassLists = true,
                       const std::string& hostKeyName = "");
-void DeleteDataObject(TDBXConnection& connection, int32_t id, TDataObjectClass cls);
+ZO_EXPORT void DeleteDataObject(TDBXConnection& connection, int32_t id, TDataObjectClass cls);
 // Inserts new children, updates known ones and, with `removeMissing`, deletes (or, in a tree
 // of one class, detaches) stored children that left the list.
-void ProcessAgregations(TDBXConnection& connection, TBaseDataObject& owner,
+ZO_EXPORT void ProcessAgregations(TDBXConnection& connection, TBaseDataObject& owner,
                         const TRttiProperty* listProperty, bool removeMissing);
-void DeleteAgregations(TDBXConnection& connection, TBaseDataObject& owner,
+ZO_EXPORT void DeleteAgregations(TDBXConnection& connection, TBaseDataObject& owner,
                        const TRttiProperty* listProperty);
 // Deletes the rows of every aggregated list of the stored object `id` (one statement a list).
-void DeleteAggregatedRows(TDBXConnection& connection, int32_t id, TDataObjectClass cls);
+ZO_EXPORT void DeleteAggregatedRows(TDBXConnection& connection, int32_t id, TDataObjectClass cls);
 // Replaces a binary column by the stream's bytes (an absent stream makes it NULL), in its own
 // transaction. On failure that transaction's handle is released on the way out, which rolls
 // back the level it opened; a transaction of the caller around it is left to the caller.
-void SetBlobData(TDBXConnection& connection, int32_t id, const std::string& propertyName,
+ZO_EXPORT void SetBlobData(TDBXConnection& connection, int32_t id, const std::string& propertyName,
                  TDataObjectClass cls, TStream* stream);
 // Raises, with the message the insert would give, when the object (or an item of its lists)
 // breaks its class rules or repeats the value of a unique column that another row holds.
 // Writes nothing.
-void ValidateDataObject(TDBXConnection& connection, TBaseDataObject& object);
+ZO_EXPORT void ValidateDataObject(TDBXConnection& connection, TBaseDataObject& object);
 // Raises text + "\r\nTipo = <class>\r\nCódigo: <id>" ("Objeto nulo" for a null object).
-[[noreturn]] void RaiseDataObjectError(const TBaseDataObject* object, const std::string& text);
+[[noreturn]] ZO_EXPORT void RaiseDataObjectError(const TBaseDataObject* object, const std::string& text);
 
 // ---- Helpers ----------------------------------------------------------------------------
 
 // A pass-through: returns its argument unchanged.
-std::string DesencryptStr(const std::string& s);
+ZO_EXPORT std::string DesencryptStr(const std::string& s);
 // 0 when the failure is a unique-key violation ("UNIQUE KEY" in any case), else -1. Judged by
 // the text: a duplicate refused inside InsertDataObject/UpdateDataObject already carries the
 // message naming the property instead of Firebird's.
-int32_t GetCodeException(const std::exception& e);
+ZO_EXPORT int32_t GetCodeException(const std::exception& e);
 // Copies from the source's current position to its end; neither stream is repositioned.
-void CopyStreamToStream(TStream& source, TStream& target);
+ZO_EXPORT void CopyStreamToStream(TStream& source, TStream& target);
 
 }  // namespace zo

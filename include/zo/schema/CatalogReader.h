@@ -1,5 +1,7 @@
 #pragma once
 
+#include <zo/Export.h>
+
 #include <memory>
 #include <set>
 #include <string>
@@ -32,7 +34,7 @@ namespace zo {
 
 class TDBXConnection;
 
-struct TCatalogReadOptions {
+struct ZO_EXPORT TCatalogReadOptions {
   // Columns managed outside the data classes, as "TABLE.COLUMN" (any case). They are left out
   // of the model, with the constraints and indices on them, so no comparison ever drops them.
   std::set<std::string> ignoredColumns;
@@ -40,11 +42,11 @@ struct TCatalogReadOptions {
 
 // Reads the database the connection is open on. `expected` (may be null) supplies the class
 // names and merged classes; it is only read.
-std::unique_ptr<TModuleStruct> ReadDatabaseStruct(TDBXConnection& connection,
+ZO_EXPORT std::unique_ptr<TModuleStruct> ReadDatabaseStruct(TDBXConnection& connection,
                                                   const TModuleStruct* expected,
                                                   const TCatalogReadOptions& options = {});
 
 // The database's sequences with their current values (clamped to the 32 bits of the model).
-TOwnedStructs<TGeneratorStruct> ReadSequences(TDBXConnection& connection);
+ZO_EXPORT TOwnedStructs<TGeneratorStruct> ReadSequences(TDBXConnection& connection);
 
 }  // namespace zo

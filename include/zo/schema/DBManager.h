@@ -1,5 +1,7 @@
 #pragma once
 
+#include <zo/Export.h>
+
 #include <string>
 #include <string_view>
 #include <vector>
@@ -24,7 +26,7 @@ namespace zo {
 
 using TConstTableRefs = std::vector<const TTableStruct*>;
 
-class TDataBaseManager {
+class ZO_EXPORT TDataBaseManager {
  public:
   TDataBaseManager() = default;
   virtual ~TDataBaseManager() = default;

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <zo/Export.h>
+
 #include <memory>
 #include <string>
 #include <vector>
@@ -25,7 +27,7 @@ namespace zo {
 //   runner.createDataBase();               // replaces an existing file
 //   runner.getSQLScript() = scriptLines;
 //   runner.IBScript().ExecuteScript();     // ScriptErrorLog.txt must already exist
-class TSQLScriptRunner : public TObject {
+class ZO_EXPORT TSQLScriptRunner : public TObject {
  public:
   TSQLScriptRunner();
   ~TSQLScriptRunner() override;
@@ -71,7 +73,7 @@ class TSQLScriptRunner : public TObject {
 
 // The log file cannot be opened (or written). The message is the platform's "I/O error %d"
 // followed by the file and the system's reason.
-class EInOutError : public Exception {
+class ZO_EXPORT EInOutError : public Exception {
  public:
   EInOutError(int errorCode, const std::string& message)
       : Exception(message), errorCode_(errorCode) {}

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <zo/Export.h>
+
 #include <memory>
 #include <string>
 #include <vector>
@@ -11,7 +13,7 @@ namespace zo {
 class TSQLConnection;
 
 // A named object that owns the components created with it as owner, in creation order.
-class TComponent {
+class ZO_EXPORT TComponent {
  public:
   TComponent() = default;
   TComponent(const TComponent&) = delete;
@@ -46,7 +48,7 @@ class TComponent {
 };
 
 // A query over a connection whose rows a provider serves to clients.
-class TSQLDataSet : public TComponent {
+class ZO_EXPORT TSQLDataSet : public TComponent {
  public:
   const std::string& CommandText() const { return commandText_; }
   void SetCommandText(std::string text) { commandText_ = std::move(text); }
@@ -61,7 +63,7 @@ class TSQLDataSet : public TComponent {
 };
 
 // Serves a data set's rows under its own name ("dsp" + the data set's name).
-class TDataSetProvider : public TComponent {
+class ZO_EXPORT TDataSetProvider : public TComponent {
  public:
   TSQLDataSet* DataSet() const { return dataSet_; }
   void SetDataSet(TSQLDataSet* dataSet) { dataSet_ = dataSet; }

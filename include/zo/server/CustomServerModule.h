@@ -1,5 +1,7 @@
 #pragma once
 
+#include <zo/Export.h>
+
 #include <cstdint>
 #include <functional>
 #include <map>
@@ -29,11 +31,11 @@ class TZoCallback;
 class TZoCustomServerModule;
 
 // A remote call that names no method of the module, or passes parameters of the wrong kind.
-class EMethodNotFound : public Exception {
+class ZO_EXPORT EMethodNotFound : public Exception {
  public:
   using Exception::Exception;
 };
-class EInvalidParams : public Exception {
+class ZO_EXPORT EInvalidParams : public Exception {
  public:
   using Exception::Exception;
 };
@@ -43,7 +45,7 @@ class EInvalidParams : public Exception {
 inline constexpr const char* kDatabaseUnavailable = "base de dados indisponível";
 
 // A remote call the authorization hook refused; the message says what and why.
-class EAccessDenied : public Exception {
+class ZO_EXPORT EAccessDenied : public Exception {
  public:
   using Exception::Exception;
 };
@@ -51,7 +53,7 @@ class EAccessDenied : public Exception {
 // What a remote call is about to do, as the authorization hook sees it.
 enum class TAccessKind { akRead, akInsert, akUpdate, akDelete, akBlobRead, akBlobWrite, akAction };
 
-struct TAccessRequest {
+struct ZO_EXPORT TAccessRequest {
   std::string method;  // the remote method ("GetStrList", "SetUserRole", an application's own)
   TAccessKind kind = TAccessKind::akRead;
   TDataObjectClass cls = nullptr;       // the class concerned; nullptr for actions
@@ -72,7 +74,7 @@ enum TModuleEvent : int {
 using TOnModuleEvent = std::function<void(TZoCustomServerModule& sender, TModuleEvent event)>;
 
 // What a module is made with: who connects and for which customer.
-struct TModuleCreateArgs {
+struct ZO_EXPORT TModuleCreateArgs {
   std::string username;
   std::string customerID;
   std::string customerPwd;
@@ -89,7 +91,7 @@ struct TModuleCreateArgs {
 // functions: the constructor stores the arguments, then AfterConstruction (called by the
 // server class) creates the data-set providers and calls the virtual Init, which opens the
 // connection and loads the user.
-class TZoCustomServerModule : public TComponent {
+class ZO_EXPORT TZoCustomServerModule : public TComponent {
  public:
   explicit TZoCustomServerModule(const TModuleCreateArgs& args);
   ~TZoCustomServerModule() override;
@@ -261,7 +263,7 @@ class TZoCustomServerModule : public TComponent {
 
 // The application root: the directory relative paths ("conn.conf", "CustomersDB/...") are
 // resolved against. Set once at start-up (the server also makes it the current directory).
-void SetApplicationRoot(const std::string& root);
-std::string ApplicationRoot();
+ZO_EXPORT void SetApplicationRoot(const std::string& root);
+ZO_EXPORT std::string ApplicationRoot();
 
 }  // namespace zo

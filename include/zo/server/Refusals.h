@@ -1,5 +1,7 @@
 #pragma once
 
+#include <zo/Export.h>
+
 #include <functional>
 #include <string>
 
@@ -14,7 +16,7 @@ enum class TRefusalKind {
   rkLogin,          // a failed or throttled login
 };
 
-struct TRefusal {
+struct ZO_EXPORT TRefusal {
   TRefusalKind kind;
   std::string customer;
   std::string user;
@@ -22,13 +24,13 @@ struct TRefusal {
   std::string detail;  // for the log only: it may name things the client must not learn
 };
 
-std::string RefusalKindName(TRefusalKind kind);  // "condition", "authorization", ...
+ZO_EXPORT std::string RefusalKindName(TRefusalKind kind);  // "condition", "authorization", ...
 
 using TRefusalObserver = std::function<void(const TRefusal&)>;
 // Start-up only, before the first client: observers are never removed. An observer must not
 // throw and must be safe to call from several threads at once.
-void AddRefusalObserver(TRefusalObserver observer);
+ZO_EXPORT void AddRefusalObserver(TRefusalObserver observer);
 // Hands the refusal to every observer. Never throws.
-void ReportRefusal(const TRefusal& refusal) noexcept;
+ZO_EXPORT void ReportRefusal(const TRefusal& refusal) noexcept;
 
 }  // namespace zo

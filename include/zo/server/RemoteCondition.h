@@ -1,5 +1,7 @@
 #pragma once
 
+#include <zo/Export.h>
+
 #include <string>
 #include <string_view>
 #include <vector>
@@ -11,14 +13,14 @@ namespace zo {
 
 // A condition, property list or class name from a remote client that the server will not
 // run. The message names the offending token.
-class ERefusedCondition : public Exception {
+class ZO_EXPORT ERefusedCondition : public Exception {
  public:
   using Exception::Exception;
 };
 
 // A client's condition, checked and rewritten in the form ParseCondition reads (one blank
 // between tokens, property names as the class spells them), with the properties it reads.
-struct TCheckedCondition {
+struct ZO_EXPORT TCheckedCondition {
   std::string text;
   std::vector<std::string> properties;
 };
@@ -34,14 +36,14 @@ struct TCheckedCondition {
 // Tokens are separated by blanks; a text literal holds no blank and no control character.
 // Anything else (comments, tabs, parentheses, subqueries, ||, casts, functions, dotted
 // names, list properties) raises ERefusedCondition. A blank condition is accepted as "".
-TCheckedCondition CheckRemoteCondition(const TRttiType& type, const std::string& condition);
+ZO_EXPORT TCheckedCondition CheckRemoteCondition(const TRttiType& type, const std::string& condition);
 
 // Checks a client's property list ("Nome,UF") as GetStrList reads it: each item a property of
 // the class with a column. Returns the names as the class spells them.
-std::vector<std::string> CheckRemoteProperties(const TRttiType& type, const std::string& list);
+ZO_EXPORT std::vector<std::string> CheckRemoteProperties(const TRttiType& type, const std::string& list);
 
 // A client's token as it may go into a message or a log line: at most 60 bytes, control
 // bytes written as \xNN.
-std::string ShownToken(std::string_view token);
+ZO_EXPORT std::string ShownToken(std::string_view token);
 
 }  // namespace zo

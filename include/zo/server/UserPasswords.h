@@ -1,5 +1,7 @@
 #pragma once
 
+#include <zo/Export.h>
+
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -15,25 +17,25 @@ inline constexpr const char* kUsersTable = "USUARIOS";
 inline constexpr const char* kPasswordHashColumn = "SENHA_HASH";
 inline constexpr int kDefaultPasswordIterations = 120000;
 
-std::string HashPassword(const std::string& password, int iterations = kDefaultPasswordIterations);
+ZO_EXPORT std::string HashPassword(const std::string& password, int iterations = kDefaultPasswordIterations);
 // Constant-time check of a password against a stored hash; false for a malformed hash.
-bool VerifyPassword(const std::string& password, const std::string& storedHash);
+ZO_EXPORT bool VerifyPassword(const std::string& password, const std::string& storedHash);
 // The work of one password check at the default cost, against a hash no password matches:
 // for an unknown customer or login, so that every refusal takes as long as a wrong password.
-void SpendPasswordCheck(const std::string& password);
+ZO_EXPORT void SpendPasswordCheck(const std::string& password);
 
 // Adds the hash column to USUARIOS when it is missing (an existing database made by the
 // creation script has no such column yet).
-void EnsurePasswordColumn(TDBXConnection& connection);
-void StorePasswordHash(TDBXConnection& connection, int32_t userId, const std::string& hash);
+ZO_EXPORT void EnsurePasswordColumn(TDBXConnection& connection);
+ZO_EXPORT void StorePasswordHash(TDBXConnection& connection, int32_t userId, const std::string& hash);
 // The stored hash of a login; nullopt when the login is unknown or has no password. The login
 // must already have passed IsValidLogin.
-std::optional<std::string> LoadPasswordHash(TDBXConnection& connection, const std::string& login);
+ZO_EXPORT std::optional<std::string> LoadPasswordHash(TDBXConnection& connection, const std::string& login);
 
 // Untrusted identifiers, checked before they reach a path or a statement text.
 // A customer identifier: 1 to 64 letters, digits, '_' and '-' (never a path).
-bool IsValidCustomerId(const std::string& customerId);
+ZO_EXPORT bool IsValidCustomerId(const std::string& customerId);
 // A login: 1 to 60 characters of letters, digits, '.', '_', '-' and '@' (never a quote).
-bool IsValidLogin(const std::string& login);
+ZO_EXPORT bool IsValidLogin(const std::string& login);
 
 }  // namespace zo

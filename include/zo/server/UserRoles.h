@@ -1,5 +1,7 @@
 #pragma once
 
+#include <zo/Export.h>
+
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -16,17 +18,17 @@ inline constexpr const char* kAdminRoleName = "admin";
 
 enum class TUserRole { urOrdinary, urAdmin };
 
-std::string RoleName(TUserRole role);  // "" or "admin"
+ZO_EXPORT std::string RoleName(TUserRole role);  // "" or "admin"
 // "admin" (any case) or ""/"usuario"; nullopt for anything else.
-std::optional<TUserRole> ParseRole(const std::string& name);
+ZO_EXPORT std::optional<TUserRole> ParseRole(const std::string& name);
 
 // Adds the role column to USUARIOS when it is missing (databases made before roles existed).
-void EnsureRoleColumn(TDBXConnection& connection);
-bool HasRoleColumn(TDBXConnection& connection);
+ZO_EXPORT void EnsureRoleColumn(TDBXConnection& connection);
+ZO_EXPORT bool HasRoleColumn(TDBXConnection& connection);
 // The role of user `userId`; an ordinary user when the row, or the role column, is missing.
-TUserRole LoadUserRole(TDBXConnection& connection, int32_t userId);
-void StoreUserRole(TDBXConnection& connection, int32_t userId, TUserRole role);
+ZO_EXPORT TUserRole LoadUserRole(TDBXConnection& connection, int32_t userId);
+ZO_EXPORT void StoreUserRole(TDBXConnection& connection, int32_t userId, TUserRole role);
 // How many administrators the customer has (0 without the role column).
-int32_t CountAdmins(TDBXConnection& connection);
+ZO_EXPORT int32_t CountAdmins(TDBXConnection& connection);
 
 }  // namespace zo

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <zo/Export.h>
+
 #include <functional>
 #include <map>
 #include <memory>
@@ -23,12 +25,12 @@ TModuleClass ModuleClassOf() {
 }
 
 // What the remote-method server knows of a connecting client.
-struct TCreateInstanceEventObject {
+struct ZO_EXPORT TCreateInstanceEventObject {
   std::map<std::string, std::string> connectionData;  // the client's per-connection values
   TZoCustomServerModule* serverClassInstance = nullptr;
 };
 
-class TZoServerClass : public TComponent {
+class ZO_EXPORT TZoServerClass : public TComponent {
  public:
   const TModuleClass& ModuleClass() const { return fModuleClass; }
   void SetModuleClass(TModuleClass moduleClass) { fModuleClass = std::move(moduleClass); }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <zo/Export.h>
+
 #include <cstddef>
 #include <filesystem>
 #include <string>
@@ -11,7 +13,7 @@ namespace zo {
 // The connection's parameter list: "name=value" lines, as in a conn.conf file. Names are
 // compared ignoring ASCII case and are taken exactly as written (no trimming), like the
 // string lists the connection parameters were first kept in.
-class TConnectionParams {
+class ZO_EXPORT TConnectionParams {
  public:
   TConnectionParams() = default;
   explicit TConnectionParams(std::vector<std::string> lines) : lines_(std::move(lines)) {}

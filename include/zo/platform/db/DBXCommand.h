@@ -1,5 +1,7 @@
 #pragma once
 
+#include <zo/Export.h>
+
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -14,7 +16,7 @@ class Session;
 
 // A statement text and its execution. The text runs exactly as given: values are written into
 // it as literals, there are no bound parameters. It is prepared anew on each execution.
-class TDBXCommand {
+class ZO_EXPORT TDBXCommand {
  public:
   explicit TDBXCommand(std::shared_ptr<db::Session> session);
   ~TDBXCommand();

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <zo/Export.h>
+
 #include <memory>
 
 #include <zo/platform/db/DBXCommand.h>
@@ -29,7 +31,7 @@ class Session;
 // A TDBXConnection belongs to its TSQLConnection and outlives its Open/Close cycles: after
 // Close every call throws zo::Exception. Like a Firebird attachment, a connection and what
 // it made are used by one thread at a time.
-class TDBXConnection {
+class ZO_EXPORT TDBXConnection {
  public:
   TDBXConnection() = default;
 

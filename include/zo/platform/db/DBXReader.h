@@ -1,5 +1,7 @@
 #pragma once
 
+#include <zo/Export.h>
+
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -25,7 +27,7 @@ class Cursor;
 // text are decimal (NUMERIC with all its decimals), dates ISO ("2024-05-01",
 // "2024-05-01 13:45:00.000", "13:45:00.000"), booleans "True"/"False", text blobs their text.
 // Dates and times read as days since 1899-12-30 (the fraction is the time of day).
-class TDBXReader {
+class ZO_EXPORT TDBXReader {
  public:
   explicit TDBXReader(std::unique_ptr<db::Cursor> cursor);
   ~TDBXReader();

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <zo/Export.h>
+
 #include <cstdint>
 #include <memory>
 
@@ -13,7 +15,7 @@ class Session;
 // by TDBXConnection::BeginTransaction and ended by its Commit/Rollback functions. A handle
 // destroyed while its level is still active rolls that level back, so an exception can never
 // leave work half-done inside the transaction.
-class TDBXTransaction {
+class ZO_EXPORT TDBXTransaction {
  public:
   TDBXTransaction(std::shared_ptr<db::Session> session, std::uint64_t level);
   ~TDBXTransaction();

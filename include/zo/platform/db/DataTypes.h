@@ -1,10 +1,12 @@
 #pragma once
 
+#include <zo/Export.h>
+
 namespace zo {
 
 // Column type codes reported by TDBXReader::GetColumnType, with the values of dbExpress's
 // TDBXDataTypes so code written against that layer switches on the same numbers.
-struct TDBXDataTypes {
+struct ZO_EXPORT TDBXDataTypes {
   static constexpr int UnknownType = 0;      // SQL NULL literal, unsupported types
   static constexpr int AnsiStringType = 1;   // CHAR/VARCHAR on a single-byte connection set
   static constexpr int DateType = 2;         // DATE
@@ -26,7 +28,7 @@ struct TDBXDataTypes {
 };
 
 // Column subtypes reported by TDBXReader::GetColumnSubType (dbExpress TDBXSubDataTypes).
-struct TDBXSubDataTypes {
+struct ZO_EXPORT TDBXSubDataTypes {
   static constexpr int NoSubType = 0;
   static constexpr int MemoSubType = 22;    // text blob (BLOB SUB_TYPE TEXT)
   static constexpr int BinarySubType = 23;  // binary blob (any other blob subtype)

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <zo/Export.h>
+
 #include <cstdint>
 #include <string>
 
@@ -10,7 +12,7 @@ namespace zo {
 // A failure reported by Firebird. The message is Firebird's own formatted text (all lines of
 // the status vector), so callers that look for phrases such as "violation of FOREIGN KEY
 // constraint" keep working; the primary error code is kept for code that prefers numbers.
-class EDatabaseError : public Exception {
+class ZO_EXPORT EDatabaseError : public Exception {
  public:
   EDatabaseError(const std::string& message, std::intptr_t errorCode)
       : Exception(message), errorCode_(errorCode) {}

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <zo/Export.h>
+
 #include <filesystem>
 #include <functional>
 #include <string>
@@ -16,7 +18,7 @@ namespace zo {
 //   conn.LoadParamsFromFile("conn.conf");    // or conn.Params().SetValue("Database", path)
 //   conn.Open();
 //   auto cmd = conn.DBXConnection().CreateCommand();
-class TSQLConnection {
+class ZO_EXPORT TSQLConnection {
  public:
   using TraceFn = std::function<void(const std::string&)>;
 

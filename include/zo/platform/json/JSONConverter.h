@@ -1,5 +1,7 @@
 #pragma once
 
+#include <zo/Export.h>
+
 #include <zo/platform/json/Json.h>
 
 namespace zo {
@@ -11,7 +13,7 @@ class TBaseDataObject;
 // Held data objects take the same shape (null when absent), lists become arrays of them.
 // "id" numbers the objects of one document in the order they are written. Owner links are not
 // properties and are not written. The walk keeps no state between calls.
-class TJSONConverter {
+class ZO_EXPORT TJSONConverter {
  public:
   nlohmann::json Convert(const TBaseDataObject& object) const;
 };

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <zo/Export.h>
+
 #include <memory>
 #include <string>
 
@@ -11,7 +13,7 @@ namespace zo {
 class TBaseDataObject;
 
 // Data object -> JSON, through the converter it owns. The object is only read.
-class TJSONMarshal {
+class ZO_EXPORT TJSONMarshal {
  public:
   TJSONMarshal();
   explicit TJSONMarshal(std::unique_ptr<TJSONConverter> converter);

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <zo/Export.h>
+
 #include <memory>
 #include <string_view>
 
@@ -14,7 +16,7 @@ class TBaseDataObject;
 // keeps the new object's default. Any mismatch (malformed text, unknown class or field, a value
 // of the wrong JSON type, an object of the wrong class) raises zo::Exception naming it, and
 // nothing built so far survives the error.
-class TJSONUnMarshal {
+class ZO_EXPORT TJSONUnMarshal {
  public:
   // nullptr for JSON null.
   std::unique_ptr<TBaseDataObject> Unmarshal(const nlohmann::json& value) const;

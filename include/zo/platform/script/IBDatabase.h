@@ -1,5 +1,7 @@
 #pragma once
 
+#include <zo/Export.h>
+
 #include <memory>
 #include <string>
 #include <vector>
@@ -22,7 +24,7 @@ class TIBTransaction;
 //   db.SetDatabaseName("/data/ZO.FDB");
 //   db.Params() = {"user \"SYSDBA\"", "password \"secret\""};
 //   db.CreateDatabase();  // the new database is left open
-class TIBDatabase : public TObject {
+class ZO_EXPORT TIBDatabase : public TObject {
  public:
   TIBDatabase();
   ~TIBDatabase() override;

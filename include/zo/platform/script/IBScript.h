@@ -1,5 +1,7 @@
 #pragma once
 
+#include <zo/Export.h>
+
 #include <chrono>
 #include <functional>
 #include <memory>
@@ -16,7 +18,7 @@ class TIBDatabase;
 class TIBTransaction;
 
 // Counts of the last run, kept while Statistics is on.
-struct TIBScriptStats {
+struct ZO_EXPORT TIBScriptStats {
   int executed = 0;  // statements that ran, isql settings included
   int ignored = 0;   // statements that failed and were skipped by the error event
   std::chrono::steady_clock::duration elapsed{};
@@ -43,7 +45,7 @@ struct TIBScriptStats {
 // Transaction: Transaction(), else the database's DefaultTransaction(), else one of the
 // component's own. It is started as needed and ended by the script: committed at the end,
 // rolled back when the run stops. The database is opened when it is closed.
-class TIBScript : public TObject {
+class ZO_EXPORT TIBScript : public TObject {
  public:
   using TParseEvent =
       std::function<void(TObject* sender, TIBParseKind kind, const std::string& sqlText)>;

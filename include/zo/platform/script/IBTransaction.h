@@ -1,5 +1,7 @@
 #pragma once
 
+#include <zo/Export.h>
+
 #include <memory>
 
 #include <zo/core/Object.h>
@@ -11,7 +13,7 @@ class TIBDatabase;
 
 // A transaction on a TIBDatabase, started and ended explicitly. Destroying it, or closing its
 // database, while it is active rolls it back.
-class TIBTransaction : public TObject {
+class ZO_EXPORT TIBTransaction : public TObject {
  public:
   explicit TIBTransaction(TIBDatabase* defaultDatabase = nullptr)
       : fDefaultDatabase(defaultDatabase) {}

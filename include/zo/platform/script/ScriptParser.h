@@ -1,5 +1,7 @@
 #pragma once
 
+#include <zo/Export.h>
+
 #include <string>
 #include <vector>
 
@@ -9,14 +11,14 @@ namespace zo {
 
 // One statement of an SQL script, without its terminator, and the index (from 0) of the script
 // line it starts on.
-struct TScriptStatement {
+struct ZO_EXPORT TScriptStatement {
   std::string text;
   int lineIndex = 0;
 };
 
 // A script that cannot be split: the text of the statement being read and the index (from 0)
 // of the line it starts on, for the script component's parse-error event.
-class EScriptParseError : public Exception {
+class ZO_EXPORT EScriptParseError : public Exception {
  public:
   EScriptParseError(const std::string& message, std::string statementText, int lineIndex)
       : Exception(message), statementText_(std::move(statementText)), lineIndex_(lineIndex) {}
@@ -34,7 +36,7 @@ class EScriptParseError : public Exception {
 // dropped; a trailing statement without terminator is kept. SET TERM lines themselves are not
 // returned. An unterminated string or comment, or a SET TERM without a new terminator, throws
 // EScriptParseError.
-std::vector<TScriptStatement> SplitScript(const std::vector<std::string>& lines);
-std::vector<TScriptStatement> SplitScript(const std::string& script);
+ZO_EXPORT std::vector<TScriptStatement> SplitScript(const std::vector<std::string>& lines);
+ZO_EXPORT std::vector<TScriptStatement> SplitScript(const std::string& script);
 
 }  // namespace zo

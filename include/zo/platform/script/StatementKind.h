@@ -1,5 +1,7 @@
 #pragma once
 
+#include <zo/Export.h>
+
 #include <string>
 
 #include <zo/platform/script/ScriptParser.h>
@@ -19,7 +21,7 @@ enum class TIBParseKind {
 // isql's screen output, so they are accepted and have no effect here.
 enum class TScriptSetting { None, AutoDDL, SqlDialect, Stats, Names, Display };
 
-struct TParsedStatement {
+struct ZO_EXPORT TParsedStatement {
   TIBParseKind kind = TIBParseKind::stmtDML;
   TScriptSetting setting = TScriptSetting::None;
   // The setting's value as written, upper-cased: "ON", "OFF", "3", "ISO8859_1"; empty when
@@ -32,6 +34,6 @@ struct TParsedStatement {
 // connection or the transaction away from the component: CONNECT, CREATE DATABASE, INPUT,
 // SHOW, SET TRANSACTION, unknown SET options and the like. Statements the component does not
 // know otherwise are left to the server, whose parser has the last word.
-TParsedStatement ParseStatement(const TScriptStatement& statement);
+ZO_EXPORT TParsedStatement ParseStatement(const TScriptStatement& statement);
 
 }  // namespace zo
