@@ -71,6 +71,12 @@ echo "s3cret-pw" >"$work/password"
 quiet "$bin/library-schema" customer add CITYLIB --root "$root" --user ana \
   --password-file "$work/password"
 
+step "the classes and the provisioned database agree: the migration is empty"
+db=$(find "$root/CustomersDB/CITYLIB" -maxdepth 1 -iname '*.fdb' -print -quit)
+[ -n "$db" ] || fail "customer add made no database under $root/CustomersDB/CITYLIB"
+migration=$("$bin/library-schema" diff --db "$db") || fail "library-schema diff failed"
+[ -z "$migration" ] || fail "diff of a fresh customer is not empty: $migration"
+
 step "start the example's server"
 "$bin/library-server" --root "$root" --port 0 >"$work/server.out" 2>"$work/server.err" &
 server_pid=$!
@@ -116,6 +122,9 @@ stored=$(client get TLoan "$late")
 expect "$stored" '.type == "LibraryClasses.TLoan" and .fields.UserID > 0'
 expect "$stored" '.fields.Member.fields.Address.fields.City == "Recife"'
 expect "$stored" ".fields.Items | length == 1 and .[0].fields.Book == $book and .[0].fields.Loan == $late"
+
+step "a unique column refuses a repeated value, naming the property"
+refused '"Isbn"' insert <(jq --argjson a "$author" '.fields.Author.fields.Codigo = $a' "$data/book.json")
 
 step "the loans' DAO refuses bad loans and stores nothing"
 refused "is before the loan date" insert <(loan 1999-12-31)
