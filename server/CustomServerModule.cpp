@@ -453,7 +453,7 @@ nlohmann::json TZoCustomServerModule::Get(const std::string& AClassName, int32_t
   const TDataObjectClass cls = GetClass(AClassName);
   Demand({"Get", TAccessKind::akRead, cls, {}, {id}});
   try {
-    if (dao->SQLConnection() != nullptr) {
+    if (DebugOutputActive() && dao->SQLConnection() != nullptr) {
       OutputDebugString(dao->SQLConnection()->Params().Values("Database"));
     }
     nlohmann::json result = Serializar(dao->Get(id, cls));
