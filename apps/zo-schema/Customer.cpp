@@ -2,6 +2,7 @@
 
 #include "apps/zo-schema/Files.h"
 #include "apps/zo-schema/SchemaModel.h"
+#include "apps/zo-schema/Users.h"
 #include <zo/core/Exceptions.h>
 #include <zo/core/User.h>
 #include <zo/mapping/ObjectInfoCache.h>
@@ -18,33 +19,10 @@ namespace fs = std::filesystem;
 constexpr const char* kCustomersDir = "CustomersDB";
 constexpr const char* kDatabaseFile = "ZO.FDB";
 
-// The first user, inserted through the SQL layer with an identifier drawn from its table's
-// sequence, and its password hash.
+// The first user. Someone must be able to manage the others, so it is the administrator.
 void AddFirstUser(const fs::path& database, const TNewCustomer& customer) {
-  TSQLConnection connection;
-  connection.Params().SetValue("Database", database.string());
-  connection.Params().SetValue("User_Name", "SYSDBA");
-  connection.Params().SetValue("Password", "pelicanos");
-  connection.Open();
-  TDBXConnection& dbx = connection.DBXConnection();
-  TDataObjectInfoDB* info = GetObjectInfoDB(&TUser::StaticType());
-  auto transaction = dbx.BeginTransaction();
-  auto next = dbx.CreateCommand();
-  next->SetText("select next value for GEN_" + info->GetTableName() + " from RDB$DATABASE");
-  auto reader = next->ExecuteQuery();
-  reader->Next();
-  TUser user;
-  user.SetCodigo(reader->GetInt32(0));
-  reader.reset();
-  user.Login = customer.login;
-  user.Nome = customer.userName.empty() ? customer.login : customer.userName;
-  auto insert = dbx.CreateCommand();
-  insert->SetText(info->GenerateInsertCode(user));
-  insert->ExecuteUpdate();
-  StorePasswordHash(dbx, user.GetCodigo(), HashPassword(customer.password));
-  // Someone must be able to manage the others: the first user is the administrator.
-  StoreUserRole(dbx, user.GetCodigo(), TUserRole::urAdmin);
-  dbx.CommitFreeAndNil(transaction);
+  TUserAdmin(database.string())
+      .Add(customer.login, customer.userName, customer.password, TUserRole::urAdmin);
 }
 
 void WriteCustomerConnConf(const fs::path& rootConf, const fs::path& target,
