@@ -12,65 +12,21 @@
 #include <sstream>
 #include <thread>
 
-#include <boost/asio/io_context.hpp>
-#include <boost/asio/ip/tcp.hpp>
 #include <fmt/format.h>
 
 #include "tests/apps_server/Deployment.h"
+#include "tests/support/FirebirdServer.h"
 
 namespace zo::testing {
 namespace {
 
 namespace fs = std::filesystem;
-namespace net = boost::asio;
 using namespace std::chrono_literals;
 
-constexpr const char* kFirebird = "/usr/sbin/firebird";
 constexpr const char* kIsql = "/usr/bin/isql-fb";
-constexpr const char* kSysdbaFile = "/etc/firebird/3.0/SYSDBA.password";
 constexpr int kThreads = 4;  // two a server
 constexpr int kRounds = 12;
 constexpr int kGroupSize = 20;
-
-std::string SysdbaPassword() {
-  std::istringstream lines(ReadText(kSysdbaFile));
-  for (std::string line; std::getline(lines, line);) {
-    if (line.starts_with("ISC_PASSWORD=")) {
-      std::string value = line.substr(13);
-      if (value.size() >= 2 && value.front() == '"') value = value.substr(1, value.size() - 2);
-      return value;
-    }
-  }
-  return "";
-}
-
-std::uint16_t FreePort() {
-  net::io_context io;
-  net::ip::tcp::acceptor acceptor(io, {net::ip::make_address("127.0.0.1"), 0});
-  return acceptor.local_endpoint().port();
-}
-
-bool Accepts(std::uint16_t port) {
-  net::io_context io;
-  net::ip::tcp::socket socket(io);
-  boost::system::error_code error;
-  socket.connect({net::ip::make_address("127.0.0.1"), port}, error);
-  return !error;
-}
-
-// A Firebird server on a free loopback port while this object lives.
-class FirebirdServer {
- public:
-  FirebirdServer()
-      : port_(FreePort()), process_(kFirebird, {"-p", std::to_string(port_)}, ChildStreams{}) {
-    for (int i = 0; i < 200 && !Accepts(port_); ++i) std::this_thread::sleep_for(50ms);
-  }
-  std::uint16_t Port() const { return port_; }
-
- private:
-  std::uint16_t port_;
-  ChildProcess process_;
-};
 
 // Every customer connection, the root's included, names the Firebird server: several
 // processes may then share the root.
@@ -167,15 +123,12 @@ void Work(int thread, std::uint16_t port, Acknowledged& acked) {
 }
 
 TEST(ScaleOut, TwoServersOnOneFirebirdServerLoseNoAcknowledgedWrite) {
-  ASSERT_TRUE(fs::exists(kFirebird) && fs::exists(kIsql))
-      << "scripts/bootstrap.sh installs firebird3.0-server and firebird3.0-utils";
+  ASSERT_TRUE(fs::exists(kIsql)) << "scripts/bootstrap.sh installs firebird3.0-utils";
   const std::string password = SysdbaPassword();
-  ASSERT_FALSE(password.empty()) << "cannot read " << kSysdbaFile;
 
   Deployment deployment({.customers = {kAcme}, .seedAcme = true, .serverArgs = {}});
   ASSERT_EQ(deployment.Server().Stop(), 0);  // the embedded server let go of the database
   const FirebirdServer firebird;
-  ASSERT_TRUE(Accepts(firebird.Port())) << "the Firebird server did not start";
   PointAtServer(deployment.Root(), firebird.Port(), password);
 
   const ZoServerProcess first(deployment.Root(), {"--log-level", "error"});

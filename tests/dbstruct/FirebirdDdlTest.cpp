@@ -149,9 +149,8 @@ std::string CatalogQuery(const TTableStruct& pedido, const std::string& database
 }
 
 TEST(DBStructFirebird, ModelTextsCreateTheDescribedDatabase) {
-  if (std::system("command -v isql-fb > /dev/null 2>&1") != 0) {
-    GTEST_SKIP() << "isql-fb is not installed";
-  }
+  ASSERT_EQ(std::system("command -v isql-fb > /dev/null 2>&1"), 0)
+      << "isql-fb is missing: scripts/bootstrap.sh installs firebird3.0-utils";
   const TempDir dir;
   const std::string database = dir.File("model.fdb");
   const auto module = MakeModule();

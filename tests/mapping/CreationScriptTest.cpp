@@ -32,13 +32,4 @@ TEST(CreationScriptTest, DemoScriptBuildsTheWholeSchema) {
             4);
 }
 
-TEST(CreationScriptTest, EveryGeneratedNameFitsFirebirdIdentifiers) {
-  DemoDatabase db;
-  auto conn = db.Connect();
-  EXPECT_EQ(Count(*conn,
-                  "select count(*) from rdb$relation_constraints "
-                  "where char_length(trim(rdb$constraint_name)) > 31"),
-            0);
-}
-
 }  // namespace

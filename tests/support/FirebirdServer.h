@@ -1,0 +1,33 @@
+#pragma once
+
+#include <sys/types.h>
+
+#include <cstdint>
+#include <string>
+
+namespace zo::testing {
+
+// The SYSDBA password of the packaged Firebird server; throws when it cannot be read.
+std::string SysdbaPassword();
+
+// A Firebird server listening on a free loopback port while this object lives. Throws when
+// the server is not installed or does not start: scripts/bootstrap.sh installs it, so a
+// missing server is a failure, never a reason to skip.
+class FirebirdServer {
+ public:
+  FirebirdServer();
+  ~FirebirdServer();
+  FirebirdServer(const FirebirdServer&) = delete;
+  FirebirdServer& operator=(const FirebirdServer&) = delete;
+
+  std::uint16_t Port() const { return port_; }
+  std::string Host() const { return "127.0.0.1/" + std::to_string(port_); }
+
+ private:
+  void Stop();
+
+  std::uint16_t port_ = 0;
+  pid_t pid_ = 0;
+};
+
+}  // namespace zo::testing
