@@ -1,25 +1,16 @@
-// Progress messages of a long DeleteArray over WebSocket: their order, a cancel from the client,
-// and a client that disappears while the server waits for its answer.
+// Progress messages of a long DeleteArray over WebSocket: their order and a cancel from the
+// client.
 
 #include <gtest/gtest.h>
 
-#include <signal.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
-#include <algorithm>
-#include <chrono>
-#include <functional>
 #include <optional>
-#include <thread>
 #include <vector>
 
 #include "tests/apps_server/Remote.h"
 
 namespace zo::testing {
 namespace {
-
-using namespace std::chrono_literals;
 
 class ServerCallbacks : public LiveServerTest {
  protected:
@@ -42,46 +33,6 @@ std::optional<int> Position(const json& command) {
   if (ShortType(command) != "TWaitScreenCommandGo") return std::nullopt;
   return command["fields"]["Position"].get<int>();
 }
-
-// A forked copy of this test program playing a client; killed and reaped if it outlives the
-// test. It shares nothing with the test but the code: it ends with _exit, whatever happens.
-class ForkedClient {
- public:
-  explicit ForkedClient(const std::function<int()>& body) : pid_(::fork()) {
-    if (pid_ == 0) {
-      int code = 100;
-      try {
-        code = body();
-      } catch (...) {
-        code = 101;
-      }
-      ::_exit(code);
-    }
-  }
-  ~ForkedClient() {
-    if (pid_ <= 0 || exited_) return;
-    ::kill(pid_, SIGKILL);
-    ::waitpid(pid_, nullptr, 0);
-  }
-  ForkedClient(const ForkedClient&) = delete;
-  ForkedClient& operator=(const ForkedClient&) = delete;
-
-  std::optional<int> Wait(std::chrono::milliseconds timeout) {
-    if (pid_ <= 0) return std::nullopt;  // fork failed
-    const auto deadline = std::chrono::steady_clock::now() + timeout;
-    int status = 0;
-    while (::waitpid(pid_, &status, WNOHANG) != pid_) {
-      if (std::chrono::steady_clock::now() >= deadline) return std::nullopt;
-      std::this_thread::sleep_for(20ms);
-    }
-    exited_ = true;
-    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-  }
-
- private:
-  pid_t pid_;
-  bool exited_ = false;
-};
 
 TEST_F(ServerCallbacks, LongDeleteArrayReportsProgressInOrder) {
   ASSERT_EQ(BatchCount(2), kBatchSize);
@@ -134,33 +85,6 @@ TEST_F(ServerCallbacks, CancelInTheMiddleRollsTheWholeDeleteBack) {
       client->Call("GetCount", {{"AClassName", "TCidade"}, {"ACondition", CityBatchCondition(0)}}),
       kBatchSize);
   EXPECT_EQ(BatchCount(0), kBatchSize);
-}
-
-TEST_F(ServerCallbacks, ClientVanishingInACallbackEndsItsCallAndRollsBack) {
-  const int abortedBefore = Live().Server().CountInLog("error: Operation aborted");
-  const std::uint16_t port = Live().Port();
-  ForkedClient vanishing([port] {
-    rpc::RpcClient client(ClientOptions());
-    client.Open("127.0.0.1", port);
-    client.Connect(Credentials(kAcme));
-    client.SetCallbackHandler([](const json& command) {
-      // Gone without a word in the middle of the run: the kernel drops the socket.
-      if (Position(command).value_or(0) >= 30) ::_exit(0);
-      return json(false);
-    });
-    client.Call("DeleteArray", DeleteBatch(1));
-    return 3;  // the call was not supposed to end here
-  });
-  ASSERT_EQ(vanishing.Wait(60s), 0);
-
-  // The server notices, fails the waiting call and undoes its work.
-  EXPECT_TRUE(Live().Server().WaitForLog("error: Operation aborted", 30s, abortedBefore + 1))
-      << Live().Server().Log();
-  EXPECT_EQ(BatchCount(1), kBatchSize);
-  // Its transaction is gone too: another client deletes the same records without waiting.
-  const auto other = Live().ConnectWs(kAcme);
-  other->Call("DeleteArray", {{"AClassName", "TCidade"}, {"jArray", CityBatchIds(1)}});
-  EXPECT_EQ(BatchCount(1), 0);
 }
 
 }  // namespace

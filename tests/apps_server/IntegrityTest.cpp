@@ -70,6 +70,10 @@ TEST_F(ServerIntegrity, BinaryObjectsSentInsideTheObjectAreStored) {
   read["fields"]["Imagem"] = Base64Of(16384, 3);
   Call("Update", {{"jObj", read}});
   EXPECT_EQ(Image(id), read["fields"]["Imagem"]);
+  // No stream makes the column NULL.
+  Call("SetBlobData",
+       {{"AClassName", "TProduto"}, {"id", id}, {"APropertyName", "Imagem"}, {"AStream", nullptr}});
+  EXPECT_TRUE(Image(id).is_null());
 
   // A bitmap is still never written from the object.
   const json cliente = Object("TCliente", {{"Nome", "Foto Ltda"}, {"Foto", Base64Of(300, 5)}});

@@ -4,11 +4,8 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cstdint>
 #include <string>
-#include <vector>
 
-#include "platform/json/Base64.h"
 #include "tests/apps_server/Remote.h"
 
 namespace zo::testing {
@@ -37,26 +34,12 @@ class ServerRemoteMethods : public LiveServerTest,
   // Names differ per transport: both runs share the suite's database. No blanks: condition
   // values cannot hold them.
   std::string Named(const std::string& name) const { return name + "-" + GetParam(); }
-  int CampinasId() {
-    return Call("GetByCondition", {{"AClassName", "TCidade"}, {"ACondition", "Nome = 'Campinas'"}})
-        .at(0)["fields"]["Codigo"]
-        .get<int>();
-  }
 
   std::unique_ptr<Remote> remote_;
 };
 
 json City(const std::string& nome, const std::string& uf) {
   return {{"type", "DemoClasses.TCidade"}, {"fields", {{"Nome", nome}, {"UF", uf}}}};
-}
-
-json Product(const std::string& descricao, const std::string& codigoBarras, double preco) {
-  return {{"type", "DemoClasses.TProduto"},
-          {"fields",
-           {{"Descricao", descricao},
-            {"CodigoBarras", codigoBarras},
-            {"Preco", preco},
-            {"Estoque", 3}}}};
 }
 
 // An order of customer 1 (sample data) with two items of the sample products 1 and 2.
@@ -75,8 +58,6 @@ json Order(int numero) {
             {"Total", 0},
             {"Itens", {item(1, 2, 5), item(2, 3, 7.5)}}}}};
 }
-
-std::string Base64(const std::vector<std::uint8_t>& bytes) { return base64::Encode(bytes); }
 
 TEST_P(ServerRemoteMethods, CityGoesThroughEveryReadAndWrite) {
   const std::string uf = GetParam() == "ws" ? "WS" : "HT";
@@ -133,51 +114,6 @@ TEST_P(ServerRemoteMethods, CityGoesThroughEveryReadAndWrite) {
   EXPECT_EQ(Count("TCidade", condition), 0);
 }
 
-TEST_P(ServerRemoteMethods, ProductRulesAndLargeObjects) {
-  const rpc::RpcError refused = ErrorOf([&] {
-    Call("Validate", {{"jObj", Product(Named("Brinde"), "", 0)}});
-  });
-  EXPECT_EQ(refused.Code(), rpc::codes::kApplication);
-  EXPECT_EQ(std::string(refused.what()),
-            "O preço do produto \"" + Named("Brinde") + "\" deve ser maior que zero");
-  EXPECT_STREQ(ErrorOf([&] {
-                 Call("Validate", {{"jObj", Product(Named("Chá"), "12ab", 3)}});
-               }).what(),
-               "Código de barras inválido: \"12ab\" (8 a 14 dígitos)");
-  EXPECT_TRUE(Call("Validate", {{"jObj", Product(Named("Chá"), "78900001", 3)}}).is_null());
-
-  // The products' DAO validates on Insert too, and nothing is stored.
-  ErrorOf([&] { Call("Insert", {{"jObj", Product(Named("Brinde"), "", 0)}}); });
-  EXPECT_EQ(Count("TProduto", "Descricao = '" + Named("Brinde") + "'"), 0);
-
-  const std::string barcode = GetParam() == "ws" ? "7890000000011" : "7890000000028";
-  const int id = Call("Insert", {{"jObj", Product(Named("Chá-mate"), barcode, 6.5)}}).get<int>();
-  const auto blob = [&](const std::string& property) {
-    return Call("GetBlobData",
-                {{"AClassName", "TProduto"}, {"id", id}, {"APropertyName", property}});
-  };
-  const auto setBlob = [&](const std::string& property, const json& data) {
-    Call("SetBlobData",
-         {{"AClassName", "TProduto"}, {"id", id}, {"APropertyName", property}, {"AStream", data}});
-  };
-  EXPECT_TRUE(blob("Imagem").is_null());
-
-  // Every byte value, over several of the column's 16 KiB segments.
-  std::vector<std::uint8_t> image(70000);
-  for (std::size_t i = 0; i < image.size(); ++i)
-    image[i] = static_cast<std::uint8_t>(i * 7 + i / 256);
-  setBlob("Imagem", Base64(image));
-  EXPECT_EQ(blob("Imagem"), Base64(image));
-  // A text large object holds the bytes as they come (ASCII here: the column is Latin-1).
-  const std::string sheet = "Ficha tecnica: erva-mate, 500 g";
-  setBlob("FichaTecnica", Base64({sheet.begin(), sheet.end()}));
-  EXPECT_EQ(blob("FichaTecnica"), Base64({sheet.begin(), sheet.end()}));
-  EXPECT_EQ(Get("TProduto", id)["fields"]["FichaTecnica"], sheet);
-  // No stream makes the column NULL.
-  setBlob("Imagem", nullptr);
-  EXPECT_TRUE(blob("Imagem").is_null());
-}
-
 TEST_P(ServerRemoteMethods, OrderWithItemsActionAndDataSet) {
   const int numero = GetParam() == "ws" ? 7001 : 7002;
   const int id = Call("Insert", {{"jObj", Order(numero)}}).get<int>();
@@ -204,38 +140,10 @@ TEST_P(ServerRemoteMethods, OrderWithItemsActionAndDataSet) {
     })) << json(commands);
   }
 
-  const json rows = Call("GetRecords", {{"ProviderName", "dspCidades"}});
-  ASSERT_TRUE(rows.is_array());
-  const json campinas = {{"ID", std::to_string(CampinasId())}, {"NOME", "Campinas"}, {"UF", "SP"}};
-  EXPECT_NE(std::find(rows.begin(), rows.end(), campinas), rows.end());
   EXPECT_STREQ(ErrorOf([&] {
                  Call("GetRecords", {{"ProviderName", "dspNada"}});
                }).what(),
                "Provedor não encontrado: dspNada");
-}
-
-TEST_P(ServerRemoteMethods, DatabaseSwitchStaysInTheCustomerDirectory) {
-  const std::string own = "CustomersDB/ACME/ZO.FDB";
-  const int campinas = CampinasId();
-  EXPECT_EQ(Call("GetCurrentDataBase"), own);
-  // Another customer's file is refused, and the client goes on with its own.
-  EXPECT_STREQ(ErrorOf([&] {
-                 Call("SetCurrentDataBase", {{"DataBaseName", "CustomersDB/BETA/ZO.FDB"}});
-               }).what(),
-               "base de dados indisponível");
-  EXPECT_EQ(Call("GetCurrentDataBase"), own);
-  EXPECT_EQ(Count("TCidade", "Nome = 'Campinas'"), 1);
-
-  // An empty name closes this client's connection, and no other client's.
-  Call("SetCurrentDataBase", {{"DataBaseName", ""}});
-  EXPECT_EQ(ErrorOf([&] { Count("TCidade", ""); }).Code(), rpc::codes::kApplication);
-  EXPECT_TRUE(Get("TCidade", campinas).is_null());  // Get answers null on any failure
-  const auto other = ConnectRemote(Live(), GetParam(), kAcme);
-  EXPECT_EQ(other->Call("Get", {{"AClassName", "TCidade"}, {"id", campinas}})["fields"]["Nome"],
-            "Campinas");
-
-  Call("SetCurrentDataBase", {{"DataBaseName", "ZO.FDB"}});
-  EXPECT_EQ(Get("TCidade", campinas)["fields"]["Nome"], "Campinas");
   EXPECT_TRUE(Call("Release").is_null());
 }
 
