@@ -28,7 +28,7 @@ struct Customer {
   std::string password;
 };
 
-// Two tenants with a first user each. ACME also gets the demo's sample data and three batches
+// Two tenants with a first user each. ACME also gets the demo's sample data and a batch
 // of cities (see CityBatch).
 inline const Customer kAcme{"ACME", "ana", "s3nha da Ana"};
 inline const Customer kBeta{"BETA", "rui", "s3nha do Rui"};
@@ -36,7 +36,7 @@ inline const Customer kBeta{"BETA", "rui", "s3nha do Rui"};
 // Cities inserted in ACME before the server starts, for the long DeleteArray runs: batch k
 // holds kBatchSize cities with identifiers 100001 + k * kBatchSize onwards and UF "Z" + 'A'+k.
 inline constexpr int kBatchSize = 1000;
-inline constexpr int kBatches = 3;
+inline constexpr int kBatches = 1;
 std::vector<int> CityBatchIds(int batch);
 std::string CityBatchCondition(int batch);  // "UF = 'ZA'" for batch 0
 

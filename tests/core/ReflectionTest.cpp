@@ -1,10 +1,11 @@
 #include <gtest/gtest.h>
 
+#include "examples/demo/DemoClasses.h"
 #include <zo/core/Attributes.h>
 #include <zo/core/ClassRegistry.h>
 #include <zo/core/DataObjectInfo.h>
+#include <zo/core/Dates.h>
 #include <zo/core/Exceptions.h>
-#include "examples/demo/DemoClasses.h"
 
 namespace {
 
@@ -103,6 +104,95 @@ TEST_F(ReflectionTest, AttributeQueries) {
   EXPECT_TRUE(zo::IsIndexed(c.FindProperty("Cidade")));
   EXPECT_EQ(zo::GetHostClass(TItemPedido::StaticType().FindProperty("Pedido")),
             &TPedido::StaticType());
+}
+
+using namespace demo;
+using zo::TDataObjectInfo;
+
+std::string Literal(const zo::TBaseDataObject& obj, const char* prop) {
+  return TDataObjectInfo::ValueToStr(obj.ClassType()->FindProperty(prop)->GetValue(obj));
+}
+
+class LiteralsTest : public ::testing::Test {
+ protected:
+  void SetUp() override { RegisterDemoClasses(); }
+};
+
+TEST_F(LiteralsTest, ScalarLiteralForms) {
+  TCliente c;
+  c.Nome = "D'Ávila";
+  c.Ativo = true;
+  c.Tipo = TTipoCliente::tcPessoaJuridica;
+  c.LimiteCredito = 0.1;
+  c.DataCadastro = zo::TDate::FromYMD(2024, 2, 29);
+  c.DataHoraInclusao = zo::TDateTime::FromParts(2024, 3, 1, 13, 5, 9, 250);
+  EXPECT_EQ(Literal(c, "Nome"), "'D''Ávila'");
+  EXPECT_EQ(Literal(c, "Ativo"), "1");
+  EXPECT_EQ(Literal(c, "Tipo"), "1");
+  EXPECT_EQ(Literal(c, "LimiteCredito"), "0.1");
+  EXPECT_EQ(Literal(c, "DataCadastro"), "'2024-02-29'");
+  EXPECT_EQ(Literal(c, "DataHoraInclusao"), "'2024-03-01 13:05:09.250'");
+  EXPECT_EQ(Literal(c, "DataHoraAlteracao"), "NULL") << "a zero date is no date";
+  EXPECT_EQ(Literal(c, "UserID"), "NULL") << "a TForeignKey of -1 is no reference";
+  EXPECT_EQ(Literal(c, "Cidade"), "NULL");
+  c.Cidade = std::make_unique<TCidade>();
+  c.Cidade->Codigo = 42;
+  EXPECT_EQ(Literal(c, "Cidade"), "42");
+  c.LimiteCredito = 1.0 / 3.0;
+  EXPECT_EQ(std::stod(Literal(c, "LimiteCredito")), 1.0 / 3.0) << "round-trip precision";
+
+  TPedido p;
+  p.HoraEntrega = zo::TTime::FromHMS(18, 30, 0, 5);
+  EXPECT_EQ(Literal(p, "HoraEntrega"), "'18:30:00.005'");
+  TProduto prod;
+  prod.Unidade = U'ç';
+  prod.Estoque = 9000000000;
+  EXPECT_EQ(Literal(prod, "Unidade"), "'ç'");
+  EXPECT_EQ(Literal(prod, "Estoque"), "9000000000");
+}
+
+TEST_F(LiteralsTest, DatesRoundTripThroughIsoText) {
+  const auto dt = zo::TDateTime::FromParts(1999, 12, 31, 23, 59, 58, 999);
+  EXPECT_EQ(zo::dates::FormatDateTime(zo::dates::ParseIso(dt.ToIso())), dt.ToIso());
+  EXPECT_EQ(zo::TDate::FromYMD(1899, 12, 30).value, 0);
+  EXPECT_EQ(zo::TDate::FromYMD(1900, 1, 1).value, 2);
+  EXPECT_DOUBLE_EQ(zo::dates::ParseIso("1900-01-01T12:00:00"), 2.5);
+  EXPECT_THROW(zo::dates::ParseIso("2024-13-01"), zo::Exception);
+  EXPECT_THROW(zo::dates::ParseIso("ontem"), zo::Exception);
+}
+
+TEST_F(LiteralsTest, ValidateNamesClassAndProperty) {
+  TDataObjectInfo info;
+  info.SetClass(&TCidade::StaticType());
+  TCidade cidade;
+  cidade.UF = "SP";
+  try {
+    info.Validate(cidade);
+    FAIL() << "a missing required name must be rejected";
+  } catch (const zo::Exception& e) {
+    EXPECT_STREQ(e.what(), "O valor da propriedade \"Nome\" da classe \"TCidade\" é obrigatório");
+  }
+  cidade.Nome = "São Paulo";
+  EXPECT_NO_THROW(info.Validate(cidade));
+  cidade.UF = "SPX";
+  EXPECT_THROW(info.Validate(cidade), zo::Exception);
+  cidade.UF = "ção";
+  EXPECT_THROW(info.Validate(cidade), zo::Exception) << "three characters in a column of two";
+  cidade.UF = "SP";
+  cidade.Nome = "Kraków ✓";
+  EXPECT_THROW(info.Validate(cidade), zo::Exception) << "outside Latin-1";
+}
+
+TEST_F(LiteralsTest, ValidateLooksIntoEmbeddedMembersButNotTextBlobs) {
+  TDataObjectInfo info;
+  info.SetClass(&TCliente::StaticType());
+  TCliente c;
+  c.Nome = "Ana";
+  c.Observacoes = "texto com ✓ vira '?' na gravação";
+  EXPECT_NO_THROW(info.Validate(c));
+  c.Endereco = std::make_unique<TEndereco>();
+  c.Endereco->Rua = std::string(81, 'r');
+  EXPECT_THROW(info.Validate(c), zo::Exception);
 }
 
 }  // namespace

@@ -1,14 +1,19 @@
 // The name=value parameter list and how its keys choose what Firebird attaches to.
+
+#include <gtest/gtest.h>
+
 #include <filesystem>
 #include <fstream>
 #include <sstream>
 #include <string>
 
-#include <gtest/gtest.h>
-
-#include <zo/core/Exceptions.h>
 #include "platform/db/AttachString.h"
+#include "platform/db/CreateDatabase.h"
+#include <zo/core/Exceptions.h>
 #include <zo/platform/db/ConnectionParams.h>
+
+#include "tests/platform_db/DbTestSupport.h"
+#include "tests/support/FirebirdServer.h"
 #include "tests/support/TempDir.h"
 
 namespace zo::testing {
@@ -84,6 +89,33 @@ TEST(SqlConnectionParams, AttachStringChoosesEmbeddedOrServer) {
   // A Database that names its own server wins over Server.
   EXPECT_EQ(attach({"Server=db1", "Database=db2/3050:/x.fdb"}), "db2/3050:/x.fdb");
   EXPECT_THROW(attach({"Server=db1"}), Exception);
+}
+
+// The same round trip through a Firebird server over TCP, with a server this test starts on a
+// free loopback port and stops afterwards.
+TEST(SqlLayerServer, EveryTypeRoundTripsOverTcp) {
+  const std::string password = SysdbaPassword();
+  const FirebirdServer server;
+  const TempDir dir;
+  const std::string host = server.Host();
+  TCreateDatabaseOptions options;
+  options.password = password;
+  options.forcedWrites = false;
+  CreateDatabaseFile(host + ":" + dir.File("server.fdb"), options);
+
+  TSQLConnection conn;
+  conn.Params().SetValue("Server", host);
+  conn.Params().SetValue("ServerRoot", dir.Path().string());
+  conn.Params().SetValue("Database", "server.fdb");
+  conn.Params().SetValue("User_Name", "SYSDBA");
+  conn.Params().SetValue("Password", password);
+  conn.Open();
+  EXPECT_EQ(Scalar(conn,
+                   "SELECT MON$REMOTE_PROTOCOL FROM MON$ATTACHMENTS "
+                   "WHERE MON$ATTACHMENT_ID = CURRENT_CONNECTION"),
+            "TCPv4");
+  CheckRoundTripOfEveryType(conn);
+  conn.Close();
 }
 
 }  // namespace
