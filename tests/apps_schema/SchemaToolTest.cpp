@@ -218,7 +218,6 @@ TEST(SchemaTool, ApplicationSeedRunsOnNewDatabases) {
 }
 
 // zo-schema customer add: a customer the application server accepts, or nothing at all.
-namespace fs = std::filesystem;
 
 std::set<std::string> Entries(const fs::path& dir) {
   std::set<std::string> names;

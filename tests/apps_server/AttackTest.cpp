@@ -163,7 +163,6 @@ TEST_F(ServerAttacks, RepeatedLoginFailuresAreSlowedDown) {
 
 // Hostile and broken input: each gets a clear error, changes nothing, and a client that was
 // connected all along goes on being served.
-namespace codes = rpc::codes;
 namespace fs = std::filesystem;
 
 constexpr int kMaxMessage = 256 * 1024;

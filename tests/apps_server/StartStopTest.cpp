@@ -125,7 +125,6 @@ TEST(ServerStartStop, SigtermRightAfterTheAnnouncementStopsCleanly) {
 
 // zo-server's log in JSON: one object a line, one line per call, and slow calls with their
 // statements.
-using namespace std::chrono_literals;
 
 TEST(ServerLog, JsonLinesRecordEachCallAndTheStatementsOfSlowOnes) {
   Deployment deployment({.customers = {kAcme}, .seedAcme = true,
@@ -163,7 +162,6 @@ TEST(ServerLog, JsonLinesRecordEachCallAndTheStatementsOfSlowOnes) {
 
 // zo-server with the operator's certificate: wss:// and https:// for clients that trust it,
 // nothing for the others; and pings that free a client which stopped answering.
-using namespace std::chrono_literals;
 namespace fs = std::filesystem;
 
 // A self-signed certificate for 127.0.0.1, made by the openssl tool.
@@ -216,8 +214,6 @@ TEST(ServerTls, ServesTrustingClientsOnlyAndPingsSilentOnesAway) {
 
 // packaging/zo-server.service passes systemd's own check: every key known, every value
 // parsed. It runs in a container without a running systemd too.
-namespace fs = std::filesystem;
-using namespace std::chrono_literals;
 
 TEST(ServiceUnit, SystemdAnalyzeVerifiesItWithoutAWarning) {
   ASSERT_TRUE(fs::exists("/usr/bin/systemd-analyze"))
@@ -242,7 +238,6 @@ TEST(ServiceUnit, SystemdAnalyzeVerifiesItWithoutAWarning) {
 }
 
 // GET /health and GET /metrics of zo-server, scraped around real calls over both transports.
-using namespace std::chrono_literals;
 namespace http = boost::beast::http;
 
 struct HttpAnswer {

@@ -106,7 +106,6 @@ TEST_F(ReflectionTest, AttributeQueries) {
             &TPedido::StaticType());
 }
 
-using namespace demo;
 using zo::TDataObjectInfo;
 
 std::string Literal(const zo::TBaseDataObject& obj, const char* prop) {

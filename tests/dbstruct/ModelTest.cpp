@@ -147,7 +147,6 @@ TEST(DBStructModel, ExternalFunctionsCompareSignaturesNotNames) {
 }
 
 // The DDL texts of the structure model, character for character.
-using namespace zo::testing;  // NOLINT(google-build-using-namespace)
 using TUDFMechanism = TUDFArgument::TUDFMechanism;
 
 TEST(DBStructDDL, ColumnTypeTexts) {

@@ -121,26 +121,6 @@ TEST_F(CatalogTest, FailedStatementNamesItsFirst256Characters) {
   EXPECT_EQ(Scalar("SELECT LIST(ID) FROM T1"), "1") << "the first failure stops the run";
 }
 
-TEST_F(CatalogTest, TransactionSeesItsOwnWorkUntilRolledBack) {
-  auto other = db_.Connect();
-  const auto countIn = [](TSQLConnection& c) {
-    return GetCount(c.DBXConnection(), &TPessoa::StaticType(), "");
-  };
-  auto transaction = StartTransaction(Conn());
-  ExecuteSqlCmd(Conn(), "INSERT INTO PESSOAS VALUES (1, 'Ana', 17, 1)");
-  EXPECT_EQ(countIn(*sql_), 1);
-  EXPECT_EQ(countIn(*other), 0);
-  RollbackTransaction(Conn(), transaction);
-  EXPECT_EQ(transaction, nullptr);
-  EXPECT_EQ(countIn(*sql_), 0);
-
-  transaction = StartTransaction(Conn());
-  ExecuteSqlCmd(Conn(), "INSERT INTO PESSOAS VALUES (2, 'Bia', 30, 0)");
-  CommitTransaction(Conn(), transaction);
-  EXPECT_EQ(transaction, nullptr);
-  EXPECT_EQ(countIn(*other), 1);
-}
-
 TEST_F(CatalogTest, ClosedOrNeverOpenedConnectionRaises) {
   TDBXConnection neverOpened;
   EXPECT_THROW(TableExists(neverOpened, "CIDADES"), Exception);

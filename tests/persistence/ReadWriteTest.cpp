@@ -186,10 +186,6 @@ TEST_F(ReadWriteTest, ObjectsByConditionComeInTheDatabasesOrder) {
 
 // Updates that write only what changed, binary large objects, and the failure messages a
 // user can meet.
-using demo::TCidade;
-using demo::TCliente;
-using demo::TEndereco;
-using demo::TProduto;
 
 class UpdateTest : public PersistenceTest {
  protected:

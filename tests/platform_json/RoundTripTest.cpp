@@ -113,7 +113,6 @@ TEST_F(JsonRoundTripTest, HelpersMapNullBothWaysAndUseFreshMarshallers) {
   EXPECT_EQ(zo::DataObjectToJSON(cidade.get()), json);  // numbering starts again per call
 }
 
-using namespace demo;
 
 struct Case {
   const char* what;

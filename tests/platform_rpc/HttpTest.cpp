@@ -105,8 +105,6 @@ TEST(HttpTest, AnOversizedBodyGets413AndTheServerCarriesOn) {
   EXPECT_EQ(server.HttpClient()->Call("Echo"), json::object());
 }
 
-using nlohmann::json;
-using namespace std::chrono_literals;
 
 TEST(ServerTest, StopLetsARunningCallFinishThenDestroysEverySession) {
   TestServer server;

@@ -249,8 +249,6 @@ TEST(CatalogReaderTest, SequencesWithTheirValues) {
 
 // Migration scripts run on real databases: the catalog's model compared with the classes'
 // model, the script run, and the database read again.
-using testing::MigrationScript;
-using testing::RunScript;
 
 std::unique_ptr<TModuleStruct> Model(const std::vector<TDataObjectClass>& classes) {
   schematest::RegisterSchemaTestClasses();

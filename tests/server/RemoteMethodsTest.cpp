@@ -185,21 +185,6 @@ TEST_F(RemoteMethodsTest, QueriesAnswerOverPropertyNames) {
   EXPECT_TRUE(module->log.empty());
 }
 
-TEST_F(RemoteMethodsTest, BlobsTravelAsBase64) {
-  const int32_t id = Call("Insert", {{"jObj", Produto(-1, "Caneta", 2.5)}}).get<int32_t>();
-  const std::string base64 = "AAEC/4A=";  // 00 01 02 FF 80
-  Call("SetBlobData",
-       {{"AClassName", "TProduto"}, {"id", id}, {"APropertyName", "Imagem"}, {"AStream", base64}});
-  EXPECT_EQ(
-      Call("GetBlobData", {{"AClassName", "TProduto"}, {"id", id}, {"APropertyName", "Imagem"}}),
-      base64);
-  EXPECT_NE(Fails("SetBlobData", {{"AClassName", "TProduto"},
-                                  {"id", id},
-                                  {"APropertyName", "Imagem"},
-                                  {"AStream", "não é base64"}}),
-            "");
-}
-
 TEST_F(RemoteMethodsTest, LookupFailuresRaiseTheirMessages) {
   EXPECT_EQ(Fails("Insert", {{"jObj", nullptr}}),
             "Método: TZoCustomServerModule.getClass. Objeto inválido");
