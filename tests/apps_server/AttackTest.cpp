@@ -119,17 +119,6 @@ TEST_F(ServerAttacks, AnOrdinaryUserCannotTakeOverOtherUsers) {
   acme_->Call("Delete", {{"AClassName", "TUser"}, {"id", zeca}});
 }
 
-TEST_F(ServerAttacks, DatabaseNamesTellNothingAboutTheServersFiles) {
-  for (const std::string name : {"/etc/hostname", "/etc/no-such-file", "..", "../BETA/ZO.FDB",
-                                 "CustomersDB/BETA/ZO.FDB", "conn.conf", "ZO.FDB\n"}) {
-    EXPECT_EQ(AcmeError("SetCurrentDataBase", {{"DataBaseName", name}}),
-              "base de dados indisponível")
-        << name;
-    EXPECT_EQ(acme_->Call("GetCurrentDataBase"), "CustomersDB/ACME/ZO.FDB");
-    EXPECT_NO_THROW(acme_->Call("GetCount", {{"AClassName", "TCidade"}})) << "still usable";
-  }
-}
-
 TEST_F(ServerAttacks, NulsAndBrokenDatabasesGetClearAnswers) {
   const json city = {{"type", "DemoClasses.TCidade"},
                      {"fields", {{"Nome", std::string("Re\0cife", 7)}, {"UF", "PE"}}}};

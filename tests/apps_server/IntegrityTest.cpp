@@ -174,7 +174,7 @@ TEST_P(ServerRemoteMethods, CityGoesThroughEveryWriteAndTheActionReportsProgress
   EXPECT_EQ(Get(id)["fields"]["Nome"], nome);
   EXPECT_TRUE(Call("Update", {{"jObj", city}, {"Callback", true}}).is_null());
   EXPECT_EQ(Get(id)["fields"]["Nome"], nome + "Antigo");
-  EXPECT_TRUE(Call("Delete", {{"AClassName", "TCidade"}, {"id", std::to_string(id)}}).is_null());
+  EXPECT_TRUE(Call("Delete", {{"AClassName", "TCidade"}, {"id", id}}).is_null());
   EXPECT_TRUE(Get(id).is_null());
 
   EXPECT_TRUE(Call("RecalcularTotais", {{"Callback", true}}).is_number());
