@@ -1,43 +1,22 @@
 #include "tests/apps_server/Remote.h"
 
 namespace zo::testing {
-namespace {
 
-class WsRemote : public Remote {
- public:
-  WsRemote(const Deployment& deployment, const Customer& customer)
-      : client_(deployment.ConnectWs(customer)) {
-    client_->SetCallbackHandler([this](const json& command) {
-      commands_.push_back(command);
-      return json(false);
-    });
+Remote::Remote(const Deployment& deployment, const std::string& transport,
+               const Customer& customer) {
+  if (transport == "http") {
+    http_ = deployment.ConnectHttp(customer);
+    return;
   }
-  json Call(const std::string& method, const json& params) override {
-    return client_->Call(method, params);
-  }
+  ws_ = deployment.ConnectWs(customer);
+  ws_->SetCallbackHandler([this](const json& command) {
+    commands_.push_back(command);
+    return json(false);
+  });
+}
 
- private:
-  std::unique_ptr<rpc::RpcClient> client_;
-};
-
-class HttpRemote : public Remote {
- public:
-  HttpRemote(const Deployment& deployment, const Customer& customer)
-      : client_(deployment.ConnectHttp(customer)) {}
-  json Call(const std::string& method, const json& params) override {
-    return client_->Call(method, params);
-  }
-
- private:
-  std::unique_ptr<rpc::RpcHttpClient> client_;
-};
-
-}  // namespace
-
-std::unique_ptr<Remote> ConnectRemote(const Deployment& deployment, const std::string& transport,
-                                      const Customer& customer) {
-  if (transport == "ws") return std::make_unique<WsRemote>(deployment, customer);
-  return std::make_unique<HttpRemote>(deployment, customer);
+json Remote::Call(const std::string& method, const json& params) {
+  return ws_ ? ws_->Call(method, params) : http_->Call(method, params);
 }
 
 std::string ShortType(const json& object) {

@@ -13,18 +13,23 @@ namespace zo::testing {
 // One connected client of either transport, so that a test can run the same calls over both.
 class Remote {
  public:
-  virtual ~Remote() = default;
-  virtual json Call(const std::string& method, const json& params = json::object()) = 0;
+  // `transport` is "ws" or "http".
+  Remote(const Deployment& deployment, const std::string& transport, const Customer& customer);
+  json Call(const std::string& method, const json& params = json::object());
   // The progress commands received so far (WebSocket only: HTTP has no way back).
   const std::vector<json>& Commands() const { return commands_; }
 
- protected:
+ private:
+  std::unique_ptr<rpc::RpcClient> ws_;
+  std::unique_ptr<rpc::RpcHttpClient> http_;
   std::vector<json> commands_;
 };
 
-// "ws" or "http".
-std::unique_ptr<Remote> ConnectRemote(const Deployment& deployment, const std::string& transport,
-                                      const Customer& customer);
+inline std::unique_ptr<Remote> ConnectRemote(const Deployment& deployment,
+                                             const std::string& transport,
+                                             const Customer& customer) {
+  return std::make_unique<Remote>(deployment, transport, customer);
+}
 
 // The class name of a data object's or a wait-screen command's JSON, without its unit.
 std::string ShortType(const json& object);
