@@ -19,8 +19,4 @@ std::unique_ptr<demo::TPedido> MakePedido();
 
 std::vector<uint8_t> PatternBytes(size_t count);
 
-// Same class, and every registered property equal, recursively through held objects, lists,
-// streams and bitmaps. Reports the path of each difference.
-void ExpectSameObject(const TBaseDataObject& expected, const TBaseDataObject& actual);
-
 }  // namespace zo::testing

@@ -1,5 +1,5 @@
-// Starting and stopping zo-server itself: refusals at start-up, and SIGTERM at any moment after
-// the server has said that it listens.
+// zo-server as an operator runs it: refusals at start-up, SIGTERM at any moment after the
+// server has said that it listens, its JSON log, TLS, the systemd unit, /health and /metrics.
 
 #include <gtest/gtest.h>
 
