@@ -7,7 +7,6 @@
 
 #include <zo/core/Dates.h>
 #include <zo/core/Exceptions.h>
-#include <zo/core/Text.h>
 #include <zo/dao/WaitScreen.h>
 #include <zo/mapping/ObjectInfoCache.h>
 #include <zo/mapping/ZoReader.h>
@@ -15,13 +14,15 @@
 #include <zo/platform/db/DBXConnection.h>
 #include <zo/platform/db/DBXReader.h>
 #include <zo/platform/db/DBXTransaction.h>
+#include <zo/platform/db/DatabaseError.h>
 #include <zo/platform/db/SQLConnection.h>
 
 namespace zo {
 namespace {
 
 bool IsForeignKeyViolation(const std::exception& e) {
-  return text::LowerCase(e.what()).find("violation of foreign key constraint") != std::string::npos;
+  const auto* failure = dynamic_cast<const EDatabaseError*>(&e);
+  return failure != nullptr && failure->Category() == DatabaseErrorCategory::ForeignKeyViolation;
 }
 
 // A delimited list as the platform's string lists read it: items separated by commas or

@@ -1,8 +1,8 @@
 // Helpers without a connection: pass-through decryption, failure codes, stream copying.
 #include <vector>
 
-#include <zo/core/Text.h>
 #include <zo/persistence/ZoServerUtils.h>
+#include <zo/platform/db/DatabaseError.h>
 
 namespace zo {
 
@@ -12,7 +12,8 @@ std::string DesencryptStr(const std::string& s) {
 }
 
 int32_t GetCodeException(const std::exception& e) {
-  return text::ContainsText(e.what(), "UNIQUE KEY") ? 0 : -1;
+  const auto* failure = dynamic_cast<const EDatabaseError*>(&e);
+  return failure != nullptr && failure->IsKeyConstraintViolation() ? 0 : -1;
 }
 
 void CopyStreamToStream(TStream& source, TStream& target) {

@@ -8,12 +8,6 @@
 namespace zo {
 namespace {
 
-// The server's parser rejected the text (Firebird's SQLCODE -104: "Token unknown",
-// "Unexpected end of command"...). Other errors of the statement are execution errors.
-bool IsSyntaxError(const std::string& message) {
-  return message.find("SQL error code = -104") != std::string::npos;
-}
-
 void RollbackQuietly(TIBTransaction& transaction) noexcept {
   try {
     if (transaction.InTransaction()) transaction.Rollback();
@@ -138,11 +132,21 @@ bool TIBScript::RunStatement(const Step& step, TIBTransaction& transaction) {
     return true;
   } catch (const Exception& e) {
     const std::string error = e.what();
-    if (!executed && dynamic_cast<const EDatabaseError*>(&e) != nullptr && IsSyntaxError(error)) {
+    const auto* failure = dynamic_cast<const EDatabaseError*>(&e);
+    // The server's parser rejected the text ("Token unknown", "Unexpected end of command"...).
+    // Other errors of the statement are execution errors.
+    if (!executed && failure != nullptr && failure->Category() == DatabaseErrorCategory::Syntax) {
       ReportParseError(error, step.statement.text, step.statement.lineIndex);
     }
     bool ignore = false;
-    if (fOnError) fOnError(this, error, step.statement.text, step.statement.lineIndex, ignore);
+    if (fOnError) {
+      fReportedError = failure;
+      struct Forget {  // the exception ends with this handler; so does the pointer
+        const EDatabaseError*& reported;
+        ~Forget() { reported = nullptr; }
+      } const forget{fReportedError};
+      fOnError(this, error, step.statement.text, step.statement.lineIndex, ignore);
+    }
     if (!ignore) throw;
     // A failed statement is undone by the server; a failed commit leaves its work pending in
     // the transaction, so that goes too.

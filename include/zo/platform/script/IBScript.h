@@ -14,6 +14,7 @@
 
 namespace zo {
 
+class EDatabaseError;
 class TIBDatabase;
 class TIBTransaction;
 
@@ -78,6 +79,9 @@ class ZO_EXPORT TIBScript : public TObject {
   void SetOnParseError(TParseErrorEvent handler) { fOnParseError = std::move(handler); }
   void SetOnError(TExecuteErrorEvent handler) { fOnError = std::move(handler); }
   void SetOnStatement(TStatementEvent handler) { fOnStatement = std::move(handler); }
+  // While OnError runs: the database error being reported (its Category() tells what kind of
+  // failure it was); nullptr when the failure is not the database's, and outside OnError.
+  const EDatabaseError* ReportedError() const { return fReportedError; }
 
   // Splits and classifies the script without running it; reports parse errors as a run
   // would. The database is needed only to check SET SQL DIALECT against its dialect.
@@ -107,6 +111,7 @@ class ZO_EXPORT TIBScript : public TObject {
   bool fStatistics = false;
   bool fAutoDDL = true;  // of the running script: SET AUTODDL changes it until the run ends
   TIBScriptStats fStats;
+  const EDatabaseError* fReportedError = nullptr;  // not owned: the exception being handled
   TParseEvent fOnParse;
   TParseErrorEvent fOnParseError;
   TExecuteErrorEvent fOnError;
