@@ -7,41 +7,14 @@
 #include <zo/platform/db/SQLConnection.h>
 #include "platform/json/Base64.h"
 #include <zo/server/CustomServerModule.h>
+#include <zo/server/RemoteParams.h>
 
 namespace zo {
-namespace {
 
-const nlohmann::json& Param(const nlohmann::json& params, const char* name) {
-  if (!params.is_object() || !params.contains(name)) {
-    throw EInvalidParams(std::string("Parâmetro obrigatório ausente: ") + name);
-  }
-  return params.at(name);
-}
-
-std::string StringParam(const nlohmann::json& params, const char* name, bool required = true) {
-  if (!required && (!params.is_object() || !params.contains(name))) return {};
-  const auto& v = Param(params, name);
-  if (!v.is_string()) throw EInvalidParams(std::string("Parâmetro ") + name + ": esperado texto");
-  return v.get<std::string>();
-}
-
-int32_t IntParam(const nlohmann::json& params, const char* name) {
-  const auto& v = Param(params, name);
-  if (!v.is_number_integer() || v.get<int64_t>() < INT32_MIN || v.get<int64_t>() > INT32_MAX) {
-    throw EInvalidParams(std::string("Parâmetro ") + name + ": esperado número inteiro");
-  }
-  return v.get<int32_t>();
-}
-
-const nlohmann::json& ObjectParam(const nlohmann::json& params, const char* name) {
-  const auto& v = Param(params, name);
-  if (!v.is_object() && !v.is_null()) {
-    throw EInvalidParams(std::string("Parâmetro ") + name + ": esperado objeto JSON");
-  }
-  return v;
-}
-
-}  // namespace
+using remote::IntParam;
+using remote::ObjectParam;
+using remote::Param;
+using remote::StringParam;
 
 void TZoCustomServerModule::RegisterMethod(const std::string& name, TRemoteMethod method) {
   fExtraMethods[name] = std::move(method);

@@ -137,9 +137,9 @@ ErrorInfo DescribeCurrentException() {
     throw;
   } catch (const EAbort& e) {
     return {codes::kAborted, e.what(), {{"aborted", true}}};
-  } catch (const MethodNotFound& e) {
+  } catch (const EMethodNotFound& e) {
     return {codes::kMethodNotFound, e.what(), nullptr};
-  } catch (const InvalidParams& e) {
+  } catch (const EInvalidParams& e) {
     return {codes::kInvalidParams, e.what(), nullptr};
   } catch (const Exception& e) {
     return {codes::kApplication, e.what(), nullptr};

@@ -30,16 +30,6 @@ class TSQLConnection;
 class TZoCallback;
 class TZoCustomServerModule;
 
-// A remote call that names no method of the module, or passes parameters of the wrong kind.
-class ZO_EXPORT EMethodNotFound : public Exception {
- public:
-  using Exception::Exception;
-};
-class ZO_EXPORT EInvalidParams : public Exception {
- public:
-  using Exception::Exception;
-};
-
 // What a client hears when a database cannot be opened or a database name is refused: the
 // engine's own text (file paths, lock files) goes to the log only.
 inline constexpr const char* kDatabaseUnavailable = "base de dados indisponível";
