@@ -2,7 +2,7 @@
 #include <zo/core/Exceptions.h>
 #include <zo/platform/db/DatabaseError.h>
 #include "persistence/PersistenceDetail.h"
-#include <zo/persistence/ZoServerUtils.h>
+#include <zo/persistence/Transactions.h>
 
 namespace zo {
 namespace {

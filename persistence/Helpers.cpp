@@ -1,7 +1,7 @@
 // Helpers without a connection: pass-through decryption, failure codes, stream copying.
 #include <vector>
 
-#include <zo/persistence/ZoServerUtils.h>
+#include <zo/persistence/Helpers.h>
 #include <zo/platform/db/DatabaseError.h>
 
 namespace zo {
