@@ -236,8 +236,6 @@ std::string TGenericDAO::GetStrList(TDataObjectClass cls, const std::string& pro
   }
 }
 
-void TGenericDAO::Validate(TBaseDataObject& /*obj*/) {}
-
 std::unique_ptr<TMemoryStream> TGenericDAO::GetBlobData(int32_t id, const std::string& propertyName,
                                                         TDataObjectClass cls) {
   return zo::GetBlobData(GetConnection(), id, propertyName, cls);
@@ -262,7 +260,8 @@ int32_t TGenericDAO::GetNextID(int32_t currentID, TDataObjectClass cls, int32_t 
   std::string extra;
   if (!parsed.empty() && (tipo == tnFirst || tipo == tnLast))
     extra = fmt::sprintf("where %s", parsed);
-  // Bracketed: a condition holding OR must not escape the key bound before it.
+  // Appended as written, without brackets: the statements are fixed texts, so a condition
+  // holding OR binds by SQL's own precedence against the key bound before it.
   if (!parsed.empty() && (tipo == tnPrevious || tipo == tnNext))
     extra = fmt::sprintf("and %s", parsed);
   std::string sql;

@@ -1,15 +1,10 @@
-// Helpers without a connection: pass-through decryption, failure codes, stream copying.
+// Helpers without a connection: failure codes, stream copying.
 #include <vector>
 
-#include <zo/persistence/Helpers.h>
 #include <zo/platform/db/DatabaseError.h>
+#include <zo/persistence/Helpers.h>
 
 namespace zo {
-
-std::string DesencryptStr(const std::string& s) {
-  // Callers rely on this being a pass-through.
-  return s;
-}
 
 int32_t GetCodeException(const std::exception& e) {
   const auto* failure = dynamic_cast<const EDatabaseError*>(&e);
