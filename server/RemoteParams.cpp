@@ -2,7 +2,7 @@
 
 #include <nlohmann/json.hpp>
 
-#include <zo/core/Exceptions.h>
+#include <zo/core/RemoteErrors.h>
 
 namespace zo::remote {
 

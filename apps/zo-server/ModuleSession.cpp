@@ -9,6 +9,7 @@
 
 #include "apps/zo-server/EngineErrors.h"
 #include <zo/core/Exceptions.h>
+#include <zo/core/RemoteErrors.h>
 #include <zo/platform/db/SQLConnection.h>
 #include <zo/server/Refusals.h>
 #include <zo/server/RemoteParams.h>

@@ -3,6 +3,7 @@
 #include <exception>
 
 #include <zo/core/Exceptions.h>
+#include <zo/core/RemoteErrors.h>
 #include <zo/platform/rpc/RpcError.h>
 #include <zo/platform/rpc/RpcSession.h>
 

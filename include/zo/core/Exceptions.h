@@ -22,15 +22,4 @@ class ZO_EXPORT EAbort : public Exception {
   EAbort() : Exception("Operation aborted") {}
 };
 
-// A remote call that names no method the server serves (JSON-RPC -32601 on the wire), or
-// passes parameters it cannot use (-32602). The message goes to the client verbatim.
-class ZO_EXPORT EMethodNotFound : public Exception {
- public:
-  using Exception::Exception;
-};
-class ZO_EXPORT EInvalidParams : public Exception {
- public:
-  using Exception::Exception;
-};
-
 }  // namespace zo

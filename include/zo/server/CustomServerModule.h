@@ -14,6 +14,7 @@
 
 #include <zo/core/BaseDataObject.h>
 #include <zo/core/Exceptions.h>
+#include <zo/core/RemoteErrors.h>
 #include <zo/core/Streams.h>
 #include <zo/core/User.h>
 #include <zo/core/WaitScreen.h>

@@ -6,7 +6,7 @@
 
 #include <nlohmann/json_fwd.hpp>
 
-#include <zo/core/Exceptions.h>
+#include <zo/core/RemoteErrors.h>
 #include <zo/dao/ZoCallback.h>
 
 // The seam between the remote-method transport and the application: the transport knows
