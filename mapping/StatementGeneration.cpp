@@ -32,7 +32,7 @@ bool CompositionDiffers(const TRttiProperty* prop, const TBaseDataObject& a,
 }  // namespace
 
 std::string TDataObjectInfoDB::GenerateInsertCode(const TBaseDataObject& instance) const {
-  const std::string values = PropValueToStr(instance, fProperties, false, "");
+  const std::string values = FMapping->PropValueToStr(instance, Properties(), false, "");
   return fmt::sprintf(FSqlInsTpl, values);
 }
 
@@ -50,12 +50,12 @@ void TDataObjectInfoDB::GenerateUpdateCode(const TBaseDataObject& instance,
 
   if (!rest.empty()) {
     cmds.push_back(fmt::sprintf("update %s set %s where %s = %d", GetTableName(),
-                                PropValueToStr(instance, rest, true, FFieldPrefix), key,
+                                FMapping->PropValueToStr(instance, rest, true, FieldPrefix()), key,
                                 instance.GetCodigo()));
   }
   for (const TRttiProperty* p : textBlobs) {
     cmds.push_back(fmt::sprintf("update %s set %s = '' where %s = %d", GetTableName(),
-                                PrefixedColumn(p), key, instance.GetCodigo()));
+                                FPlacement.Column(p), key, instance.GetCodigo()));
     // The column holds Latin-1: the text goes one byte per character, '?' for the rest.
     TMemoryStream bytes(text::Utf8ToLatin1(p->GetValue(instance).AsString()));
     SetTextBlobData(instance.GetCodigo(), p, bytes, cmds);
@@ -64,7 +64,7 @@ void TDataObjectInfoDB::GenerateUpdateCode(const TBaseDataObject& instance,
 
 void TDataObjectInfoDB::SetTextBlobData(int32_t id, const TRttiProperty* prop, TStream& stream,
                                         std::vector<std::string>& cmds) const {
-  const std::string column = PrefixedColumn(prop);
+  const std::string column = FPlacement.Column(prop);
   std::vector<uint8_t> chunk(kBlobChunk);
   while (true) {
     const size_t n = stream.Read(chunk.data(), kBlobChunk);
@@ -81,7 +81,7 @@ std::vector<const TRttiProperty*> TDataObjectInfoDB::GetChangedProperties(
     TDBXConnection* /*connection: the comparison needs no database*/,
     const TBaseDataObject* oldInstance, const TBaseDataObject& newInstance) const {
   std::vector<const TRttiProperty*> changed;
-  for (const TRttiProperty* p : fProperties) {
+  for (const TRttiProperty* p : Properties()) {
     if (IsAgregation(p)) continue;
     if (!IsComposition(p)) {
       if (p->Kind() == TTypeKind::tkClass) continue;  // compared only through compositions
@@ -100,7 +100,7 @@ std::vector<const TRttiProperty*> TDataObjectInfoDB::GetChangedProperties(
 std::string TDataObjectInfoDB::GenerateCreateCode(const TBaseDataObject& /*instance*/) const {
   std::string sql = fmt::sprintf("CREATE TABLE %s (", GetTableName());
   bool first = true;
-  for (const TRttiProperty* p : fProperties) {
+  for (const TRttiProperty* p : Properties()) {
     std::string type;
     if (p->Kind() == TTypeKind::tkInteger) {
       type = "INTEGER";

@@ -17,7 +17,7 @@ using remote::Param;
 using remote::StringParam;
 
 void TZoCustomServerModule::RegisterMethod(const std::string& name, TRemoteMethod method) {
-  fExtraMethods[name] = std::move(method);
+  fExtraMethods.Register(name, std::move(method));
 }
 
 void TZoCustomServerModule::DropCallback(const TZoCallback* callback) noexcept {
@@ -25,8 +25,7 @@ void TZoCustomServerModule::DropCallback(const TZoCallback* callback) noexcept {
   const auto drop = [callback](TGenericDAO* dao) {
     if (dao != nullptr && dao->CallBack() == callback) dao->SetCallBack(nullptr);
   };
-  drop(fGenericDAO.get());
-  for (const auto& [cls, dao] : fHashClassDAO) drop(dao);
+  for (TGenericDAO* dao : fRegistry.DistinctDAOs(fGenericDAO.get())) drop(dao);
 }
 
 nlohmann::json TZoCustomServerModule::CallMethod(const std::string& method,
@@ -43,9 +42,9 @@ nlohmann::json TZoCustomServerModule::CallMethod(const std::string& method,
     return Dispatch(method, params, callback);
   } catch (...) {
     // Whatever the failed call left open is undone before the client hears of it.
-    if (fSqlConnection != nullptr && fSqlConnection->Connected()) {
+    if (SQLConnection() != nullptr && SQLConnection()->Connected()) {
       try {
-        fSqlConnection->DBXConnection().RollbackAll();
+        SQLConnection()->DBXConnection().RollbackAll();
       } catch (...) {
       }
     }
@@ -55,9 +54,9 @@ nlohmann::json TZoCustomServerModule::CallMethod(const std::string& method,
 
 nlohmann::json TZoCustomServerModule::Dispatch(const std::string& method, const nlohmann::json& p,
                                                TZoCallback* callback) {
-  if (const auto it = fExtraMethods.find(method); it != fExtraMethods.end()) {
+  if (const TRemoteMethod* extra = fExtraMethods.Find(method)) {
     Demand({method, TAccessKind::akAction, nullptr, {}, {}});
-    return it->second(p, callback);
+    return (*extra)(p, callback);
   }
   if (method == "Insert") return Insert(ObjectParam(p, "jObj"), callback);
   if (method == "Update") {

@@ -123,7 +123,8 @@ bool TModuleSessionFactory::CheckPassword(const std::string& customer, const std
   // An unknown customer or a login that cannot exist costs the same check as a wrong
   // password, and as long as opening a customer's database: timing must not tell them apart.
   if (!IsValidLogin(user) ||
-      !std::filesystem::is_directory(TZoCustomServerModule::GetCustomerDir(customer))) {
+      !std::filesystem::is_directory(
+          TCustomerFiles::Resolve(TZoCustomServerModule::GetCustomerDir(customer)))) {
     SpendPasswordCheck(password);
     PadLikeAKnownCustomer(start);
     return false;

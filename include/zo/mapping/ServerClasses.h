@@ -4,23 +4,18 @@
 
 #include <memory>
 #include <string>
-#include <unordered_map>
+#include <string_view>
 #include <vector>
 
 #include <zo/core/DataObjectInfo.h>
 #include <zo/core/Streams.h>
 #include <zo/core/TextResources.h>
+#include <zo/mapping/ClassMapping.h>
 
 namespace zo {
 
 class TDBXConnection;
-class TForeignKeyStruct;
 class TModuleStruct;
-class TTableStruct;
-
-// Foreign keys already generated during one schema run, by constraint name (not owned: the
-// tables of the structure model own them).
-using THashFKs = std::unordered_map<std::string, TForeignKeyStruct*>;
 
 // The DDL text of one class: create statement, primary key, foreign keys.
 class ZO_EXPORT TObjectDDL {
@@ -40,23 +35,50 @@ class ZO_EXPORT TObjectDDL {
   std::string FPrimaryKey;
 };
 
-// The server's metadata of one data class: table, key column, column lists, ready-made insert
-// and select templates, statement and schema generation. Obtain it through GetObjectInfoDB.
-class ZO_EXPORT TDataObjectInfoDB : public TDataObjectInfo {
+// The server's metadata of one data class at one placement: the class's shared mapping (table,
+// key, properties) seen from where its columns live, with the insert and select templates
+// ready-made for that placement, and statement generation. Immutable once built, so the
+// instances GetObjectInfoDB hands out are read by any number of threads at once.
+class ZO_EXPORT TDataObjectInfoDB {
  public:
-  TDataObjectInfoDB();
-  ~TDataObjectInfoDB() override;
+  TDataObjectInfoDB(std::shared_ptr<const TClassMapping> mapping, TPlacement placement);
+  TDataObjectInfoDB(const TDataObjectInfoDB&) = delete;
+  TDataObjectInfoDB& operator=(const TDataObjectInfoDB&) = delete;
+  ~TDataObjectInfoDB();
 
-  void ExtractInfo(TDataObjectClass cls) override;
+  const TClassMapping& Mapping() const { return *FMapping; }
+  const std::shared_ptr<const TClassMapping>& SharedMapping() const { return FMapping; }
+  const TPlacement& Placement() const { return FPlacement; }
+
+  // The class's own metadata.
+  TDataObjectClass DataClass() const { return FMapping->DataClass(); }
+  const std::vector<const TRttiProperty*>& Properties() const { return FMapping->Properties(); }
+  const std::vector<const TRttiProperty*>& ListProperties() const {
+    return FMapping->ListProperties();
+  }
+  const TRttiProperty* KeyProperty() const { return FMapping->KeyProperty(); }
+  const TRttiProperty* FindProperty(std::string_view name) const {
+    return FMapping->FindProperty(name);
+  }
+  void Validate(const TBaseDataObject& obj) const { FMapping->Validate(obj); }
   // Raises when the class has no key property.
-  std::string GetKeyName() const override;
-  // With a host class, the host's table (an embedded class lives there); otherwise the class's
-  // prefix followed by its table name.
-  std::string GetTableName() const;
-  // The column declaration of one property, e.g. "NOME VARCHAR(60) NOT NULL".
+  std::string GetKeyName() const { return FMapping->GetKeyName(); }
+  bool TableMerged() const { return FMapping->TableMerged(); }
+
+  // As seen from the placement. With a host class, the host's table (an embedded class lives
+  // there); otherwise the class's prefix followed by its table name.
+  std::string GetTableName() const { return FMapping->TableNameAt(FPlacement); }
+  TDataObjectClass HostClass() const { return FPlacement.hostClass; }
+  const std::string& FieldPrefix() const { return FPlacement.fieldPrefix; }
+  // The host's key column ("" without a host).
+  const std::string& HostKeyName() const { return FHostKeyName; }
+  const std::string& SqlInsTpl() const { return FSqlInsTpl; }
+  const std::string& SqlSelTpl() const { return FSqlSelTpl; }
+
+  // The column declaration of one property with the default column types, e.g.
+  // "NOME VARCHAR(60) NOT NULL".
   std::string GetFieldDecl(const TRttiProperty* prop, const std::string& prefix) const;
   std::string GenerateSelectCode(int32_t id) const;
-  std::string GetDataScriptResource(const std::string& name) const;
 
   // Statement generation.
   std::string GenerateInsertCode(const TBaseDataObject& instance) const;
@@ -72,14 +94,7 @@ class ZO_EXPORT TDataObjectInfoDB : public TDataObjectInfo {
                        std::vector<std::string>& cmds) const;
   std::string GenerateCreateCode(const TBaseDataObject& instance) const;
 
-  // Schema generation from classes.
-  std::unique_ptr<TObjectDDL> GenerateObjectDDL();
-  void GenerateFieldDefs(std::vector<std::string>& list, bool ignoreKey,
-                         const std::string& fieldPrefix);
-  void GenerateForeignKeys(const std::string& tableName, std::vector<std::string>& list);
-  std::unique_ptr<TTableStruct> GenerateDBSTable();
-  void GenerateColumns(TTableStruct& table, const std::string& prefix);
-  void GenerateDBSForeignKeys(TTableStruct& table, const std::string& prefix);
+  // Schema generation of a set of classes (per class: TClassSchema).
   static std::unique_ptr<TModuleStruct> GenerateDataBaseStruct(
       THandle moduleHandle, const std::string& moduleName,
       const std::vector<TDataObjectClass>& classes);
@@ -90,48 +105,14 @@ class ZO_EXPORT TDataObjectInfoDB : public TDataObjectInfo {
                                const std::vector<TDataObjectClass>& classes, bool flag1,
                                bool flag2);
 
-  // Published properties.
-  void SetTableName(std::string name) { FTableName = std::move(name); }
-  bool TableMerged() const { return FTableMerged; }
-  TDataObjectClass HostClass() const { return FHostClass; }
-  void SetHostClass(TDataObjectClass host) { FHostClass = host; }
-  const std::string& PKDomain() const { return FPKDomain; }
-  void SetPKDomain(std::string s) { FPKDomain = std::move(s); }
-  const std::string& FKDomain() const { return FFKDomain; }
-  void SetFKDomain(std::string s) { FFKDomain = std::move(s); }
-  const std::string& EnumDomain() const { return FEnumDomain; }
-  void SetEnumDomain(std::string s) { FEnumDomain = std::move(s); }
-  const std::string& FieldPrefix() const { return FFieldPrefix; }
-  void SetFieldPrefix(std::string s) { FFieldPrefix = std::move(s); }
-  const std::string& ModuleName() const { return FModuleName; }
-  void SetModuleName(std::string s) { FModuleName = std::move(s); }
-  const std::string& HostKeyName() const { return FHostKeyName; }
-  THashFKs* HashFKs() const { return FHashFKs; }
-  void SetHashFKs(THashFKs* hash) { FHashFKs = hash; }
-  THandle ModuleHandle() const { return FModuleHandle; }
-  void SetModuleHandle(THandle handle) { FModuleHandle = handle; }
-  const std::string& SqlInsTpl() const { return FSqlInsTpl; }
-  const std::string& SqlSelTpl() const { return FSqlSelTpl; }
-
  private:
-  // The metadata of an embedded member, sharing this run's module name, domains and keys.
-  std::unique_ptr<TDataObjectInfoDB> MakeMemberInfo(TDataObjectClass memberClass) const;
   std::string UpdateKeyName() const;
-  std::string PrefixedColumn(const TRttiProperty* prop) const;
 
+  const std::shared_ptr<const TClassMapping> FMapping;
+  const TPlacement FPlacement;
+  std::string FHostKeyName;
   std::string FSqlInsTpl;
   std::string FSqlSelTpl;
-  std::string FTableName;
-  std::string FFKDomain;
-  std::string FEnumDomain;
-  std::string FPKDomain;
-  std::string FFieldPrefix;
-  TDataObjectClass FHostClass = nullptr;
-  bool FTableMerged = false;
-  std::string FModuleName;
-  std::string FHostKeyName;
-  THashFKs* FHashFKs = nullptr;
-  THandle FModuleHandle = HInstance;
 };
 
 }  // namespace zo
