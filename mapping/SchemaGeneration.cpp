@@ -374,10 +374,4 @@ std::string TDataObjectInfoDB::GenerateStoredProcedureScript(const TModuleStruct
   return text::JoinLines(lines);
 }
 
-void TDataObjectInfoDB::GenerateDataBase(const std::string& /*name*/,
-                                         const std::vector<TDataObjectClass>& /*classes*/,
-                                         bool /*flag1*/, bool /*flag2*/) {
-  throw Exception("Eu desativei esta função");
-}
-
 }  // namespace zo

@@ -187,9 +187,6 @@ std::string TZoCustomServerModule::GetCurrentDataBase() const {
   return fConnection.CurrentDataBase();
 }
 
-void TZoCustomServerModule::AddToDataBaseLog(const std::string& /*text*/, TTipoLogger /*tipo*/,
-                                             int32_t /*erro*/) {}
-
 void TZoCustomServerModule::Fire(TModuleEvent event) {
   if (OnModuleEvent) OnModuleEvent(*this, event);
 }

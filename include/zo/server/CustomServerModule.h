@@ -115,7 +115,7 @@ class ZO_EXPORT TZoCustomServerModule : public TComponent {
   // kDatabaseUnavailable, and the module keeps the connection it had.
   void SetCurrentDataBaseRemote(const std::string& dataBaseName);
   std::string GetCurrentDataBase() const;
-  void Release() {}
+  void Release();  // does nothing (server/KeptEmpty.cpp)
   int32_t Insert(const nlohmann::json& jObj, TZoCallback* Callback);
   void Update(const nlohmann::json& jObj, TZoCallback* Callback);
   void Delete(const std::string& AClassName, int32_t id, TZoCallback* Callback);
@@ -190,9 +190,9 @@ class ZO_EXPORT TZoCustomServerModule : public TComponent {
       const nlohmann::json& jsonArray) const;
   static std::vector<int32_t> UnSerializeIdArray(const nlohmann::json& jsonArray);
 
-  // Logging hooks: deliberately empty; descendants may record the lines.
+  // Logging hooks: deliberately empty (server/KeptEmpty.cpp); descendants may record the lines.
   virtual void AddToDataBaseLog(const std::string& text, TTipoLogger tipo, int32_t erro);
-  virtual void ClearLog() {}
+  virtual void ClearLog();
 
   TOnModuleEvent OnModuleEvent;
   TSQLConnection* SQLConnection() const { return fConnection.Get(); }
