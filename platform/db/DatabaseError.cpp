@@ -25,36 +25,58 @@ constexpr std::intptr_t kDsqlForeignKey = MessageCode(13, 470);
 // Every message of the engine that says something "already exists" is here, so that a rule
 // over that phrase and this category agree.
 constexpr std::array kExists{
-    isc_dyn_dup_table,        isc_dyn_dup_index,          isc_dyn_dup_sql_role,
-    kDynProcedureExists,      kDynShadowExists,           kDynExceptionExists,
-    kDynSequenceExists,       kDynFunctionExists,         isc_dyn_package_body_exists,
+    isc_dyn_dup_table,          isc_dyn_dup_index,         isc_dyn_dup_sql_role,
+    kDynProcedureExists,        kDynShadowExists,          kDynExceptionExists,
+    kDynSequenceExists,         kDynFunctionExists,        isc_dyn_package_body_exists,
     isc_dyn_domain_name_exists, isc_dyn_field_name_exists, isc_map_already_exists,
-    isc_dsql_cursor_exists,   isc_primary_key_exists,
+    isc_dsql_cursor_exists,     isc_primary_key_exists,
 };
 
 constexpr std::array kMissing{
-    isc_relnotdef,          isc_fldnotdef,           isc_fldnotdef2,
-    isc_gennotdef,          isc_prcnotdef,           isc_xcpnotdef,
-    isc_funnotdef,          isc_domnotdef,           isc_charset_not_found,
-    isc_collation_not_found, isc_dsql_relation_err,  isc_dsql_field_err,
-    isc_dsql_procedure_err, isc_dsql_function_err,   isc_dsql_trigger_err,
-    isc_dsql_domain_not_found, isc_dsql_table_not_found, isc_dsql_view_not_found,
-    isc_dyn_func_not_found, isc_dyn_index_not_found, isc_dyn_view_not_found,
-    isc_dyn_domain_not_found, isc_dyn_proc_not_found, isc_dyn_exception_not_found,
-    isc_dyn_trig_not_found, isc_dyn_gen_not_found,   isc_dyn_table_not_found,
-    isc_dyn_package_not_found, isc_dyn_role_not_found, isc_dyn_charset_not_found,
-    isc_dyn_collation_not_found, isc_dyn_column_does_not_exist, isc_dyn_role_does_not_exist,
+    isc_relnotdef,
+    isc_fldnotdef,
+    isc_fldnotdef2,
+    isc_gennotdef,
+    isc_prcnotdef,
+    isc_xcpnotdef,
+    isc_funnotdef,
+    isc_domnotdef,
+    isc_charset_not_found,
+    isc_collation_not_found,
+    isc_dsql_relation_err,
+    isc_dsql_field_err,
+    isc_dsql_procedure_err,
+    isc_dsql_function_err,
+    isc_dsql_trigger_err,
+    isc_dsql_domain_not_found,
+    isc_dsql_table_not_found,
+    isc_dsql_view_not_found,
+    isc_dyn_func_not_found,
+    isc_dyn_index_not_found,
+    isc_dyn_view_not_found,
+    isc_dyn_domain_not_found,
+    isc_dyn_proc_not_found,
+    isc_dyn_exception_not_found,
+    isc_dyn_trig_not_found,
+    isc_dyn_gen_not_found,
+    isc_dyn_table_not_found,
+    isc_dyn_package_not_found,
+    isc_dyn_role_not_found,
+    isc_dyn_charset_not_found,
+    isc_dyn_collation_not_found,
+    isc_dyn_column_does_not_exist,
+    isc_dyn_role_does_not_exist,
     isc_map_not_exists,
 };
 
 constexpr std::array kLocks{
-    isc_deadlock,  isc_lock_conflict, isc_update_conflict, isc_lock_timeout,
+    isc_deadlock,      isc_lock_conflict, isc_update_conflict, isc_lock_timeout,
     isc_read_conflict, isc_relation_lock, isc_record_lock,
 };
 
 constexpr std::array kConnection{
-    isc_network_error, isc_net_read_err,       isc_net_write_err, isc_lost_db_connection,
-    isc_att_shutdown,  isc_net_server_shutdown, isc_shutdown,     isc_bad_db_handle,
+    isc_network_error, isc_net_read_err,        isc_net_write_err, isc_lost_db_connection,
+    isc_att_shutdown,  isc_net_server_shutdown, isc_shutdown,      isc_bad_db_handle,
 };
 
 template <std::size_t N>
@@ -103,9 +125,7 @@ EDatabaseError::EDatabaseError(const std::string& message, const EDatabaseError&
       sqlState_(cause.sqlState_),
       category_(cause.category_) {}
 
-bool EDatabaseError::IsKeyConstraintViolation() const {
-  return Reports(isc_unique_key_violation);
-}
+bool EDatabaseError::IsKeyConstraintViolation() const { return Reports(isc_unique_key_violation); }
 
 bool EDatabaseError::Reports(std::intptr_t gdsCode) const {
   return std::find(gdsCodes_.begin(), gdsCodes_.end(), gdsCode) != gdsCodes_.end();

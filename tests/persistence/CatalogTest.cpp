@@ -166,8 +166,8 @@ TEST_F(CatalogTest, FailureCodes) {
     }
     return 99;
   };
-  EXPECT_EQ(codeOf("INSERT INTO K VALUES (1, 2, 2, NULL)"), 0);  // primary key
-  EXPECT_EQ(codeOf("INSERT INTO K VALUES (2, 1, 2, NULL)"), 0);  // unique constraint
+  EXPECT_EQ(codeOf("INSERT INTO K VALUES (1, 2, 2, NULL)"), 0);   // primary key
+  EXPECT_EQ(codeOf("INSERT INTO K VALUES (2, 1, 2, NULL)"), 0);   // unique constraint
   EXPECT_EQ(codeOf("INSERT INTO K VALUES (2, 2, 1, NULL)"), -1);  // a unique index: no key
   EXPECT_EQ(codeOf("INSERT INTO K VALUES (2, 2, 2, 9)"), -1);     // a foreign key
   EXPECT_EQ(GetCodeException(Exception("violation of PRIMARY or UNIQUE KEY constraint")), -1)

@@ -115,10 +115,11 @@ TEST_F(ScriptRunner, ScriptErrorHandlerLogsAndDecides) {
   testing::WriteFile(kScriptErrorLogFile, "earlier line\n");
   // A phrase is tolerated only as the database's verdict of that kind: a value that merely
   // contains "already exists" fails to convert, and that stops the run.
-  runner_.getSQLScript() = {"CREATE TABLE X (C INTEGER);", "CREATE UNIQUE INDEX UX ON X (C);",
-                            "CREATE TABLE X (D INTEGER);", "INSERT INTO X VALUES (1);",
-                            "INSERT INTO X VALUES (1);", "INSERT INTO X VALUES ('already exists');",
-                            "INSERT INTO X VALUES (2);"};
+  runner_.getSQLScript() = {
+      "CREATE TABLE X (C INTEGER);", "CREATE UNIQUE INDEX UX ON X (C);",
+      "CREATE TABLE X (D INTEGER);", "INSERT INTO X VALUES (1);",
+      "INSERT INTO X VALUES (1);",   "INSERT INTO X VALUES ('already exists');",
+      "INSERT INTO X VALUES (2);"};
   std::string stopError;
   try {
     runner_.IBScript().ExecuteScript();
