@@ -282,6 +282,34 @@ void TClassSchema::GenerateDBSForeignKeys(TTableStruct& table, const std::string
   }
 }
 
+// The metadata's own schema methods: this class at its placement, default column types.
+std::unique_ptr<TObjectDDL> TDataObjectInfoDB::GenerateObjectDDL() const {
+  return Schema().GenerateObjectDDL();
+}
+
+void TDataObjectInfoDB::GenerateFieldDefs(std::vector<std::string>& list, bool ignoreKey,
+                                          const std::string& fieldPrefix) const {
+  Schema().GenerateFieldDefs(list, ignoreKey, fieldPrefix);
+}
+
+void TDataObjectInfoDB::GenerateForeignKeys(const std::string& tableName,
+                                            std::vector<std::string>& list) const {
+  Schema().GenerateForeignKeys(tableName, list);
+}
+
+std::unique_ptr<TTableStruct> TDataObjectInfoDB::GenerateDBSTable() const {
+  return Schema().GenerateDBSTable();
+}
+
+void TDataObjectInfoDB::GenerateColumns(TTableStruct& table, const std::string& prefix) const {
+  Schema().GenerateColumns(table, prefix);
+}
+
+void TDataObjectInfoDB::GenerateDBSForeignKeys(TTableStruct& table,
+                                               const std::string& prefix) const {
+  Schema().GenerateDBSForeignKeys(table, prefix);
+}
+
 std::unique_ptr<TModuleStruct> TDataObjectInfoDB::GenerateDataBaseStruct(
     THandle moduleHandle, const std::string& moduleName,
     const std::vector<TDataObjectClass>& classes) {

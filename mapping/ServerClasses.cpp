@@ -3,7 +3,6 @@
 #include <fmt/printf.h>
 
 #include <zo/core/Attributes.h>
-#include <zo/mapping/ClassSchema.h>
 
 namespace zo {
 
@@ -14,10 +13,27 @@ std::string TObjectDDL::GetAll() const {
 TDataObjectInfoDB::TDataObjectInfoDB(std::shared_ptr<const TClassMapping> mapping,
                                      TPlacement placement)
     : FMapping(std::move(mapping)), FPlacement(std::move(placement)) {
+  SetClass(FMapping->DataClass());
+}
+
+TDataObjectInfoDB::TDataObjectInfoDB(TDataObjectClass cls, TPlacement placement)
+    : FPlacement(std::move(placement)) {
+  SetClass(cls);
+}
+
+TDataObjectInfoDB::~TDataObjectInfoDB() = default;
+
+void TDataObjectInfoDB::ExtractInfo(TDataObjectClass cls) {
+  TDataObjectInfo::ExtractInfo(cls);
+  if (FMapping == nullptr || FMapping->DataClass() != cls) {
+    FMapping = std::make_shared<const TClassMapping>(cls);
+  }
+  FHostKeyName.clear();
+
   std::string insertList;
   std::string selectList;
-  for (const TRttiProperty* prop : Properties()) {
-    if (prop == KeyProperty() || IsAgregation(prop)) continue;
+  for (const TRttiProperty* prop : fProperties) {
+    if (prop == fKeyProperty || IsAgregation(prop)) continue;
     const std::string name = FPlacement.Column(prop);
     const auto skill = GetAttribSkill(prop);
     if (skill != TPropertySkill::psEmbedded && skill != TPropertySkill::psTextBlob &&
@@ -34,8 +50,8 @@ TDataObjectInfoDB::TDataObjectInfoDB(std::shared_ptr<const TClassMapping> mappin
   if (FPlacement.hostClass != nullptr) {
     FHostKeyName = FPlacement.hostClass->GetIdName();
     key = FHostKeyName;
-  } else if (KeyProperty() != nullptr) {
-    key = GetAttribName(KeyProperty());
+  } else if (fKeyProperty != nullptr) {
+    key = GetAttribName(fKeyProperty);
   }
   insertList = key + "," + insertList;
   insertList.pop_back();
@@ -47,16 +63,19 @@ TDataObjectInfoDB::TDataObjectInfoDB(std::shared_ptr<const TClassMapping> mappin
       fmt::sprintf("select %s from %s where %s = %s", selectList, GetTableName(), key, "%d");
 }
 
-TDataObjectInfoDB::~TDataObjectInfoDB() = default;
+std::string TDataObjectInfoDB::GetKeyName() const { return FMapping->GetKeyName(); }
 
 std::string TDataObjectInfoDB::GetFieldDecl(const TRttiProperty* prop,
                                             const std::string& prefix) const {
-  const TSchemaContext defaults;
-  return TClassSchema(*FMapping, defaults).GetFieldDecl(prop, prefix);
+  return Schema().GetFieldDecl(prop, prefix);
 }
 
 std::string TDataObjectInfoDB::GenerateSelectCode(int32_t id) const {
   return fmt::sprintf(FSqlSelTpl, id);
+}
+
+std::string TDataObjectInfoDB::GetDataScriptResource(const std::string& name) const {
+  return Schema().GetDataScriptResource(name);
 }
 
 std::string TDataObjectInfoDB::UpdateKeyName() const {

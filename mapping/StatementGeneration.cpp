@@ -32,7 +32,7 @@ bool CompositionDiffers(const TRttiProperty* prop, const TBaseDataObject& a,
 }  // namespace
 
 std::string TDataObjectInfoDB::GenerateInsertCode(const TBaseDataObject& instance) const {
-  const std::string values = FMapping->PropValueToStr(instance, Properties(), false, "");
+  const std::string values = PropValueToStr(instance, fProperties, false, "");
   return fmt::sprintf(FSqlInsTpl, values);
 }
 
@@ -50,7 +50,7 @@ void TDataObjectInfoDB::GenerateUpdateCode(const TBaseDataObject& instance,
 
   if (!rest.empty()) {
     cmds.push_back(fmt::sprintf("update %s set %s where %s = %d", GetTableName(),
-                                FMapping->PropValueToStr(instance, rest, true, FieldPrefix()), key,
+                                PropValueToStr(instance, rest, true, FieldPrefix()), key,
                                 instance.GetCodigo()));
   }
   for (const TRttiProperty* p : textBlobs) {
@@ -81,7 +81,7 @@ std::vector<const TRttiProperty*> TDataObjectInfoDB::GetChangedProperties(
     TDBXConnection* /*connection: the comparison needs no database*/,
     const TBaseDataObject* oldInstance, const TBaseDataObject& newInstance) const {
   std::vector<const TRttiProperty*> changed;
-  for (const TRttiProperty* p : Properties()) {
+  for (const TRttiProperty* p : fProperties) {
     if (IsAgregation(p)) continue;
     if (!IsComposition(p)) {
       if (p->Kind() == TTypeKind::tkClass) continue;  // compared only through compositions
@@ -100,7 +100,7 @@ std::vector<const TRttiProperty*> TDataObjectInfoDB::GetChangedProperties(
 std::string TDataObjectInfoDB::GenerateCreateCode(const TBaseDataObject& /*instance*/) const {
   std::string sql = fmt::sprintf("CREATE TABLE %s (", GetTableName());
   bool first = true;
-  for (const TRttiProperty* p : Properties()) {
+  for (const TRttiProperty* p : fProperties) {
     std::string type;
     if (p->Kind() == TTypeKind::tkInteger) {
       type = "INTEGER";

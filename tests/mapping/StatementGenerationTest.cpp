@@ -55,6 +55,10 @@ TEST_F(StatementGenerationTest, InsertAndSelectTemplates) {
   const auto* soChave = GetObjectInfoDB(&TSoChave::StaticType());
   EXPECT_EQ(soChave->SqlInsTpl(), "insert into SO_CHAVE(ID) values(%s)");
   EXPECT_EQ(soChave->SqlSelTpl(), "select ID from SO_CHAVE where ID = %d");
+  // The metadata is the core's metadata too, with the key rules of the server.
+  const zo::TDataObjectInfo& core = *soChave;
+  EXPECT_EQ(core.KeyProperty(), TSoChave::StaticType().KeyProperty());
+  EXPECT_EQ(core.GetKeyName(), "ID");
 }
 
 TEST_F(StatementGenerationTest, EachPlacementOfAClassIsItsOwnEntry) {

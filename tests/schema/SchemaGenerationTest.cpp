@@ -50,7 +50,8 @@ class SchemaGenerationTest : public ::testing::Test {
 };
 
 TEST_F(SchemaGenerationTest, ObjectDDLNamesThePrefixedTableAndTheUnprefixedKey) {
-  const auto ddl = Info(&TGenPrefixed::StaticType())->schema.GenerateObjectDDL();
+  // Asked of the class's metadata, which runs the schema with the default column types.
+  const auto ddl = TDataObjectInfoDB(&TGenPrefixed::StaticType()).GenerateObjectDDL();
   EXPECT_EQ(ddl->Table(),
             "-- TGenPrefixed\r\nCREATE TABLE XX_PREFIXADA (\r\nID INTEGER NOT NULL,\r\n"
             "REF_ID INTEGER\r\n);");
@@ -74,7 +75,7 @@ TEST_F(SchemaGenerationTest, ForeignKeyStatementsAreNumberedByTheirPlaceInTheLis
 
 TEST_F(SchemaGenerationTest, ForeignKeyNameKeeps25CharactersOfTheTableName) {
   Lines keys;
-  Info(&TGenLongName::StaticType())->schema.GenerateForeignKeys(kLongTableName, keys);
+  TDataObjectInfoDB(&TGenLongName::StaticType()).GenerateForeignKeys(kLongTableName, keys);
   EXPECT_EQ(keys, Lines{"ALTER TABLE PEDIDOS_DE_VENDA_DO_PERIODO ADD CONSTRAINT "
                         "FK_PEDIDOS_DE_VENDA_DO_PERIO_0 FOREIGN KEY (PAI_ID) REFERENCES "
                         "PEDIDOS_DE_VENDA_DO_PERIODO (ID);"});

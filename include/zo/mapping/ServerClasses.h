@@ -4,18 +4,19 @@
 
 #include <memory>
 #include <string>
-#include <string_view>
 #include <vector>
 
 #include <zo/core/DataObjectInfo.h>
 #include <zo/core/Streams.h>
 #include <zo/core/TextResources.h>
 #include <zo/mapping/ClassMapping.h>
+#include <zo/mapping/ClassSchema.h>
 
 namespace zo {
 
 class TDBXConnection;
 class TModuleStruct;
+class TTableStruct;
 
 // The DDL text of one class: create statement, primary key, foreign keys.
 class ZO_EXPORT TObjectDDL {
@@ -35,50 +36,52 @@ class ZO_EXPORT TObjectDDL {
   std::string FPrimaryKey;
 };
 
-// The server's metadata of one data class at one placement: the class's shared mapping (table,
-// key, properties) seen from where its columns live, with the insert and select templates
-// ready-made for that placement, and statement generation. Immutable once built, so the
-// instances GetObjectInfoDB hands out are read by any number of threads at once.
-class ZO_EXPORT TDataObjectInfoDB {
+// The server's metadata of one data class at one placement: the core metadata of the class
+// (its base), the class's shared mapping (table, key) seen from where its columns live, the
+// insert and select templates ready-made for that placement, statement generation, and the
+// class's schema with the default column types. Everything is built in the constructor and
+// nothing the library does changes it afterwards, so the instances GetObjectInfoDB hands out
+// are read by any number of threads at once.
+class ZO_EXPORT TDataObjectInfoDB : public TDataObjectInfo {
  public:
   TDataObjectInfoDB(std::shared_ptr<const TClassMapping> mapping, TPlacement placement);
-  TDataObjectInfoDB(const TDataObjectInfoDB&) = delete;
-  TDataObjectInfoDB& operator=(const TDataObjectInfoDB&) = delete;
-  ~TDataObjectInfoDB();
+  // A private metadata object with a mapping of its own, for work outside the cache.
+  explicit TDataObjectInfoDB(TDataObjectClass cls, TPlacement placement = {});
+  ~TDataObjectInfoDB() override;
+
+  // Extracts the base for `cls` and builds the templates at this placement; run by the
+  // constructor through SetClass. (Another class gets a mapping of its own.)
+  void ExtractInfo(TDataObjectClass cls) override;
+  // Raises when the class has no key property; an unannotated key is named by its property.
+  std::string GetKeyName() const override;
+  // With a host class, the host's table (an embedded class lives there); otherwise the class's
+  // prefix followed by its table name.
+  std::string GetTableName() const { return FMapping->TableNameAt(FPlacement); }
 
   const TClassMapping& Mapping() const { return *FMapping; }
   const std::shared_ptr<const TClassMapping>& SharedMapping() const { return FMapping; }
   const TPlacement& Placement() const { return FPlacement; }
 
-  // The class's own metadata.
-  TDataObjectClass DataClass() const { return FMapping->DataClass(); }
-  const std::vector<const TRttiProperty*>& Properties() const { return FMapping->Properties(); }
-  const std::vector<const TRttiProperty*>& ListProperties() const {
-    return FMapping->ListProperties();
-  }
-  const TRttiProperty* KeyProperty() const { return FMapping->KeyProperty(); }
-  const TRttiProperty* FindProperty(std::string_view name) const {
-    return FMapping->FindProperty(name);
-  }
-  void Validate(const TBaseDataObject& obj) const { FMapping->Validate(obj); }
-  // Raises when the class has no key property.
-  std::string GetKeyName() const { return FMapping->GetKeyName(); }
+  // Published properties (read only: a shared entry is never re-pointed).
   bool TableMerged() const { return FMapping->TableMerged(); }
-
-  // As seen from the placement. With a host class, the host's table (an embedded class lives
-  // there); otherwise the class's prefix followed by its table name.
-  std::string GetTableName() const { return FMapping->TableNameAt(FPlacement); }
   TDataObjectClass HostClass() const { return FPlacement.hostClass; }
   const std::string& FieldPrefix() const { return FPlacement.fieldPrefix; }
   // The host's key column ("" without a host).
   const std::string& HostKeyName() const { return FHostKeyName; }
+  const std::string& PKDomain() const { return FSchemaContext.pkDomain; }
+  const std::string& FKDomain() const { return FSchemaContext.fkDomain; }
+  const std::string& EnumDomain() const { return FSchemaContext.enumDomain; }
+  const std::string& ModuleName() const { return FSchemaContext.moduleName; }
+  THashFKs* HashFKs() const { return FSchemaContext.hashFKs; }
+  THandle ModuleHandle() const { return FSchemaContext.moduleHandle; }
   const std::string& SqlInsTpl() const { return FSqlInsTpl; }
   const std::string& SqlSelTpl() const { return FSqlSelTpl; }
 
-  // The column declaration of one property with the default column types, e.g.
-  // "NOME VARCHAR(60) NOT NULL".
+  // The column declaration of one property, e.g. "NOME VARCHAR(60) NOT NULL".
   std::string GetFieldDecl(const TRttiProperty* prop, const std::string& prefix) const;
   std::string GenerateSelectCode(int32_t id) const;
+  // The "TEXT" resource `name` of ModuleHandle ("" when there is none).
+  std::string GetDataScriptResource(const std::string& name) const;
 
   // Statement generation.
   std::string GenerateInsertCode(const TBaseDataObject& instance) const;
@@ -94,7 +97,18 @@ class ZO_EXPORT TDataObjectInfoDB {
                        std::vector<std::string>& cmds) const;
   std::string GenerateCreateCode(const TBaseDataObject& instance) const;
 
-  // Schema generation of a set of classes (per class: TClassSchema).
+  // Schema generation of this class at this placement, in a run of its own with the default
+  // column types, no module name and no shared foreign keys (TClassSchema does the work; a
+  // run over several classes gives TClassSchema a TSchemaContext of its own).
+  std::unique_ptr<TObjectDDL> GenerateObjectDDL() const;
+  void GenerateFieldDefs(std::vector<std::string>& list, bool ignoreKey,
+                         const std::string& fieldPrefix) const;
+  void GenerateForeignKeys(const std::string& tableName, std::vector<std::string>& list) const;
+  std::unique_ptr<TTableStruct> GenerateDBSTable() const;
+  void GenerateColumns(TTableStruct& table, const std::string& prefix) const;
+  void GenerateDBSForeignKeys(TTableStruct& table, const std::string& prefix) const;
+
+  // Schema generation of a set of classes.
   static std::unique_ptr<TModuleStruct> GenerateDataBaseStruct(
       THandle moduleHandle, const std::string& moduleName,
       const std::vector<TDataObjectClass>& classes);
@@ -106,10 +120,12 @@ class ZO_EXPORT TDataObjectInfoDB {
                                bool flag2);
 
  private:
+  TClassSchema Schema() const { return TClassSchema(*FMapping, FSchemaContext, FPlacement); }
   std::string UpdateKeyName() const;
 
-  const std::shared_ptr<const TClassMapping> FMapping;
+  std::shared_ptr<const TClassMapping> FMapping;
   const TPlacement FPlacement;
+  const TSchemaContext FSchemaContext;
   std::string FHostKeyName;
   std::string FSqlInsTpl;
   std::string FSqlSelTpl;
