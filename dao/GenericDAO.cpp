@@ -7,6 +7,7 @@
 
 #include <zo/core/Dates.h>
 #include <zo/core/Exceptions.h>
+#include <zo/core/Text.h>
 #include <zo/dao/WaitScreen.h>
 #include <zo/mapping/ObjectInfoCache.h>
 #include <zo/mapping/ZoReader.h>
@@ -20,9 +21,13 @@
 namespace zo {
 namespace {
 
+// A database failure is judged by its codes; any other exception (an application's own, say)
+// has only its text, and the engine's phrase in it still means a referenced row.
 bool IsForeignKeyViolation(const std::exception& e) {
-  const auto* failure = dynamic_cast<const EDatabaseError*>(&e);
-  return failure != nullptr && failure->Category() == DatabaseErrorCategory::ForeignKeyViolation;
+  if (const auto* failure = dynamic_cast<const EDatabaseError*>(&e)) {
+    return failure->Category() == DatabaseErrorCategory::ForeignKeyViolation;
+  }
+  return text::ContainsText(e.what(), "violation of foreign key constraint");
 }
 
 // A delimited list as the platform's string lists read it: items separated by commas or
