@@ -15,13 +15,19 @@
 #include <zo/platform/db/DBXConnection.h>
 #include <zo/platform/db/DBXReader.h>
 #include <zo/platform/db/DBXTransaction.h>
+#include <zo/platform/db/DatabaseError.h>
 #include <zo/platform/db/SQLConnection.h>
 
 namespace zo {
 namespace {
 
+// A database failure is judged by its codes; any other exception (an application's own, say)
+// has only its text, and the engine's phrase in it still means a referenced row.
 bool IsForeignKeyViolation(const std::exception& e) {
-  return text::LowerCase(e.what()).find("violation of foreign key constraint") != std::string::npos;
+  if (const auto* failure = dynamic_cast<const EDatabaseError*>(&e)) {
+    return failure->Category() == DatabaseErrorCategory::ForeignKeyViolation;
+  }
+  return text::ContainsText(e.what(), "violation of foreign key constraint");
 }
 
 // A delimited list as the platform's string lists read it: items separated by commas or
@@ -235,8 +241,6 @@ std::string TGenericDAO::GetStrList(TDataObjectClass cls, const std::string& pro
   }
 }
 
-void TGenericDAO::Validate(TBaseDataObject& /*obj*/) {}
-
 std::unique_ptr<TMemoryStream> TGenericDAO::GetBlobData(int32_t id, const std::string& propertyName,
                                                         TDataObjectClass cls) {
   return zo::GetBlobData(GetConnection(), id, propertyName, cls);
@@ -261,7 +265,8 @@ int32_t TGenericDAO::GetNextID(int32_t currentID, TDataObjectClass cls, int32_t 
   std::string extra;
   if (!parsed.empty() && (tipo == tnFirst || tipo == tnLast))
     extra = fmt::sprintf("where %s", parsed);
-  // Bracketed: a condition holding OR must not escape the key bound before it.
+  // Appended as written, without brackets: the statements are fixed texts, so a condition
+  // holding OR binds by SQL's own precedence against the key bound before it.
   if (!parsed.empty() && (tipo == tnPrevious || tipo == tnNext))
     extra = fmt::sprintf("and %s", parsed);
   std::string sql;

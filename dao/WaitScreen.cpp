@@ -33,6 +33,4 @@ void GoWaitPos(TZoCallback* callback, int position) {
   Send(callback, command);
 }
 
-void SetWaitCount(TZoCallback* /*callback*/, int /*count*/) {}
-
 }  // namespace zo

@@ -1,5 +1,6 @@
 // Schema generation from data classes: DDL text per class, the structure model of a set of
-// classes, and the creation script printed from that model.
+// classes, and the creation script printed from that model. The per-class part works on the
+// class's mapping and the run's TSchemaContext; nothing of a run outlives it.
 #include <ctime>
 
 #include <fmt/printf.h>
@@ -8,6 +9,7 @@
 #include <zo/core/Exceptions.h>
 #include <zo/core/Text.h>
 #include <zo/dbstruct/DBStructClasses.h>
+#include <zo/mapping/ClassSchema.h>
 #include <zo/mapping/ServerClasses.h>
 
 namespace zo {
@@ -83,26 +85,81 @@ std::string NowText() {
 
 }  // namespace
 
-void TDataObjectInfoDB::GenerateFieldDefs(std::vector<std::string>& list, bool ignoreKey,
-                                          const std::string& fieldPrefix) {
-  for (const TRttiProperty* p : fProperties) {
-    if (IsAgregation(p) || (ignoreKey && p == fKeyProperty)) continue;
+TClassSchema::TClassSchema(const TClassMapping& mapping, const TSchemaContext& context,
+                           TPlacement placement)
+    : FMapping(mapping), FContext(context), FPlacement(std::move(placement)) {}
+
+std::string TClassSchema::GetFieldDecl(const TRttiProperty* prop, const std::string& prefix) const {
+  const auto skill = GetAttribSkill(prop);
+  const std::string& typeName = prop->TypeName();
+  std::string type;
+  switch (prop->Kind()) {
+    case TTypeKind::tkInteger:
+      type = typeName == "TPrimaryKey"   ? FContext.pkDomain
+             : typeName == "TForeignKey" ? FContext.fkDomain
+                                         : "INTEGER";
+      break;
+    case TTypeKind::tkChar:
+    case TTypeKind::tkWChar:
+      type = "CHAR";
+      break;
+    case TTypeKind::tkEnumeration:
+      type = FContext.enumDomain;
+      break;
+    case TTypeKind::tkFloat:
+      type = typeName == "TDate"       ? "DATE"
+             : typeName == "TDateTime" ? "TIMESTAMP"
+             : typeName == "TTime"     ? "TIME"
+                                       : "DOUBLE PRECISION";
+      break;
+    case TTypeKind::tkString:
+    case TTypeKind::tkLString:
+    case TTypeKind::tkWString:
+    case TTypeKind::tkUString: {
+      const Annotation* a = FirstAnnotation(prop);
+      type = skill == TPropertySkill::psTextBlob
+                 ? "BLOB SUB_TYPE 1 SEGMENT SIZE 4096 CHARACTER SET ISO8859_1"
+                 : fmt::sprintf("VARCHAR(%d)", a ? a->GetSize() : 0);
+      break;
+    }
+    case TTypeKind::tkClass:
+      type = skill == TPropertySkill::psBinaryBlob ? "BLOB SUB_TYPE 0 SEGMENT SIZE 16384"
+                                                   : FContext.fkDomain;
+      break;
+    default:
+      break;
+  }
+  const std::string column = GetAttribName(prop);
+  if (!prefix.empty()) return fmt::sprintf("%s_%s %s", prefix, column, type);
+  if (IsRequired(prop)) return fmt::sprintf("%s %s NOT NULL", column, type);
+  return fmt::sprintf("%s %s", column, type);
+}
+
+std::string TClassSchema::GetDataScriptResource(const std::string& name) const {
+  return FindTextResource(FContext.moduleHandle, name).value_or("");
+}
+
+void TClassSchema::GenerateFieldDefs(std::vector<std::string>& list, bool ignoreKey,
+                                     const std::string& fieldPrefix) const {
+  for (const TRttiProperty* p : FMapping.Properties()) {
+    if (IsAgregation(p) || (ignoreKey && p == FMapping.KeyProperty())) continue;
     if (IsEmbeddedMember(p)) {
-      MakeMemberInfo(p->PropertyClass())->GenerateFieldDefs(list, true, GetAttribName(p));
+      const TClassMapping member(p->PropertyClass());
+      TClassSchema(member, FContext).GenerateFieldDefs(list, true, GetAttribName(p));
       continue;
     }
     list.push_back(fmt::sprintf("%s,", GetFieldDecl(p, fieldPrefix)));
   }
 }
 
-std::unique_ptr<TObjectDDL> TDataObjectInfoDB::GenerateObjectDDL() {
+std::unique_ptr<TObjectDDL> TClassSchema::GenerateObjectDDL() const {
   auto ddl = std::make_unique<TObjectDDL>();
 
   std::vector<std::string> fields;
   GenerateFieldDefs(fields, false, "");
   if (!fields.empty()) fields.back() = text::ReplaceAll(fields.back(), ",", "");
-  std::vector<std::string> table{"-- " + fDataClass->Name(),
-                                 fmt::sprintf("CREATE TABLE %s (", GetTableName())};
+  std::vector<std::string> table{"-- " + FMapping.DataClass()->Name(),
+                                 fmt::sprintf("CREATE TABLE %s (", TableName())};
   table.insert(table.end(), fields.begin(), fields.end());
   table.push_back(");");
   std::string tableText;
@@ -110,64 +167,67 @@ std::unique_ptr<TObjectDDL> TDataObjectInfoDB::GenerateObjectDDL() {
   ddl->SetTable(tableText);
 
   ddl->SetPrimaryKey(fmt::sprintf("ALTER TABLE %s ADD CONSTRAINT PK_%s PRIMARY KEY (%s);",
-                                  GetTableName(), FTableName, GetKeyName()));
+                                  TableName(), FMapping.TableName(), FMapping.GetKeyName()));
 
   std::vector<std::string> keys;
-  GenerateForeignKeys(fDataClass->GetTableName(), keys);
+  GenerateForeignKeys(FMapping.DataClass()->GetTableName(), keys);
   std::string keysText;
   for (size_t i = 0; i < keys.size(); ++i) keysText += (i ? "\r\n" : "") + keys[i];
   ddl->SetForeignKey(keysText);
   return ddl;
 }
 
-void TDataObjectInfoDB::GenerateForeignKeys(const std::string& tableName,
-                                            std::vector<std::string>& list) {
-  for (const TRttiProperty* p : fProperties) {
+void TClassSchema::GenerateForeignKeys(const std::string& tableName,
+                                       std::vector<std::string>& list) const {
+  for (const TRttiProperty* p : FMapping.Properties()) {
     if (IsEmbeddedMember(p) && FirstAnnotation(p) != nullptr) {
-      auto member = MakeMemberInfo(p->PropertyClass());
-      member->FFieldPrefix = GetAttribName(p);
-      member->GenerateForeignKeys(tableName, list);
+      // The member's own table, not this one: its keys are named after it (by design).
+      const TClassMapping member(p->PropertyClass());
+      TClassSchema(member, FContext, TPlacement{nullptr, GetAttribName(p)})
+          .GenerateForeignKeys(tableName, list);
       continue;
     }
     if (!MakesForeignKey(p)) continue;
-    const TDataObjectClass ref = ReferencedClass(p, fDataClass);
+    const TDataObjectClass ref = ReferencedClass(p, FMapping.DataClass());
     std::string name =
         fmt::sprintf("FK_%s_%d", text::Left(tableName, 25), static_cast<int>(list.size()));
-    if (tableName != GetTableName()) name += "_" + GetTableName();
+    if (tableName != TableName()) name += "_" + TableName();
     list.push_back(fmt::sprintf(
         "ALTER TABLE %s ADD CONSTRAINT %s FOREIGN KEY (%s) REFERENCES %s (%s);", tableName, name,
-        PrefixedColumn(p), ref->GetTablePrefix() + ref->GetTableName(), ref->GetIdName()));
+        FPlacement.Column(p), ref->GetTablePrefix() + ref->GetTableName(), ref->GetIdName()));
   }
 }
 
-std::unique_ptr<TTableStruct> TDataObjectInfoDB::GenerateDBSTable() {
+std::unique_ptr<TTableStruct> TClassSchema::GenerateDBSTable() const {
   auto table = std::make_unique<TTableStruct>();
-  table->SetIsExtendedTable(FTableMerged);
-  table->setName(GetTableName());
-  table->SetSourceClass(fDataClass->Name());
+  table->SetIsExtendedTable(FMapping.TableMerged());
+  table->setName(TableName());
+  table->SetSourceClass(FMapping.DataClass()->Name());
 
   auto key = std::make_unique<TColumnStruct>();
-  key->setName(GetKeyName());
+  key->setName(FMapping.GetKeyName());
   key->SetTypeData(TDBRType::dbsInteger);
   key->SetRequired(true);
-  if (fKeyProperty != nullptr) key->SetSourceFieldName(fKeyProperty->Name());
+  if (FMapping.KeyProperty() != nullptr) key->SetSourceFieldName(FMapping.KeyProperty()->Name());
   table->AddColumn(std::move(key));
   table->PrimaryKey()->setName(fmt::sprintf("PK_%s", table->Name()));
-  table->PrimaryKey()->setKeyName(GetKeyName());
+  table->PrimaryKey()->setKeyName(FMapping.GetKeyName());
 
   GenerateColumns(*table, "");
   GenerateDBSForeignKeys(*table, "");
-  table->SetDataScript(GetDataScriptResource(GetTableName()));
+  table->SetDataScript(GetDataScriptResource(TableName()));
   return table;
 }
 
-void TDataObjectInfoDB::GenerateColumns(TTableStruct& table, const std::string& prefix) {
-  for (const TRttiProperty* p : fProperties) {
-    if (p == fKeyProperty || IsAgregation(p)) continue;
+void TClassSchema::GenerateColumns(TTableStruct& table, const std::string& prefix) const {
+  const TDataObjectClass cls = FMapping.DataClass();
+  for (const TRttiProperty* p : FMapping.Properties()) {
+    if (p == FMapping.KeyProperty() || IsAgregation(p)) continue;
     // A merged class repeats none of what it inherits from its host.
-    if (FTableMerged && p->DeclaringClass()->Name() != fDataClass->Name()) continue;
+    if (FMapping.TableMerged() && p->DeclaringClass()->Name() != cls->Name()) continue;
     if (IsEmbeddedMember(p)) {
-      MakeMemberInfo(p->PropertyClass())->GenerateColumns(table, GetAttribName(p));
+      const TClassMapping member(p->PropertyClass());
+      TClassSchema(member, FContext).GenerateColumns(table, GetAttribName(p));
       continue;
     }
     auto column = std::make_unique<TColumnStruct>();
@@ -192,22 +252,25 @@ void TDataObjectInfoDB::GenerateColumns(TTableStruct& table, const std::string& 
   }
 }
 
-void TDataObjectInfoDB::GenerateDBSForeignKeys(TTableStruct& table, const std::string& prefix) {
-  for (const TRttiProperty* p : fProperties) {
+void TClassSchema::GenerateDBSForeignKeys(TTableStruct& table, const std::string& prefix) const {
+  for (const TRttiProperty* p : FMapping.Properties()) {
     if (IsEmbeddedMember(p) && FirstAnnotation(p) != nullptr) {
-      MakeMemberInfo(p->PropertyClass())->GenerateDBSForeignKeys(table, GetAttribName(p));
+      const TClassMapping member(p->PropertyClass());
+      TClassSchema(member, FContext).GenerateDBSForeignKeys(table, GetAttribName(p));
       continue;
     }
     if (!MakesForeignKey(p)) continue;
-    const TDataObjectClass ref = ReferencedClass(p, fDataClass);
+    const TDataObjectClass ref = ReferencedClass(p, FMapping.DataClass());
     const std::string refTable = ref->GetTablePrefix() + ref->GetTableName();
     const std::string tablePart =
         prefix.empty() ? table.Name() : text::Left(prefix, 7) + text::Left(table.Name(), 70);
-    const std::string name = text::UpperCase(text::Left(
-        fmt::sprintf("%s%s%s", text::Left(FModuleName, 4), KeepLast14WithoutUnderscores(tablePart),
-                     KeepLast14WithoutUnderscores(refTable)),
-        31));
-    if (FHashFKs != nullptr && FHashFKs->count(name) > 0) continue;
+    const std::string name = text::UpperCase(
+        text::Left(fmt::sprintf("%s%s%s", text::Left(FContext.moduleName, 4),
+                                KeepLast14WithoutUnderscores(tablePart),
+                                KeepLast14WithoutUnderscores(refTable)),
+                   31));
+    THashFKs* const made = FContext.hashFKs;
+    if (made != nullptr && made->count(name) > 0) continue;
     auto fk = std::make_unique<TForeignKeyStruct>();
     fk->setName(name);
     fk->setKeyName(prefix.empty() ? GetAttribName(p)
@@ -215,8 +278,36 @@ void TDataObjectInfoDB::GenerateDBSForeignKeys(TTableStruct& table, const std::s
     fk->setRefTableName(refTable);
     fk->setRefKeyName(ref->GetIdName());
     TForeignKeyStruct& added = table.AddForeignKey(std::move(fk));
-    if (FHashFKs != nullptr) (*FHashFKs)[name] = &added;
+    if (made != nullptr) (*made)[name] = &added;
   }
+}
+
+// The metadata's own schema methods: this class at its placement, default column types.
+std::unique_ptr<TObjectDDL> TDataObjectInfoDB::GenerateObjectDDL() const {
+  return Schema().GenerateObjectDDL();
+}
+
+void TDataObjectInfoDB::GenerateFieldDefs(std::vector<std::string>& list, bool ignoreKey,
+                                          const std::string& fieldPrefix) const {
+  Schema().GenerateFieldDefs(list, ignoreKey, fieldPrefix);
+}
+
+void TDataObjectInfoDB::GenerateForeignKeys(const std::string& tableName,
+                                            std::vector<std::string>& list) const {
+  Schema().GenerateForeignKeys(tableName, list);
+}
+
+std::unique_ptr<TTableStruct> TDataObjectInfoDB::GenerateDBSTable() const {
+  return Schema().GenerateDBSTable();
+}
+
+void TDataObjectInfoDB::GenerateColumns(TTableStruct& table, const std::string& prefix) const {
+  Schema().GenerateColumns(table, prefix);
+}
+
+void TDataObjectInfoDB::GenerateDBSForeignKeys(TTableStruct& table,
+                                               const std::string& prefix) const {
+  Schema().GenerateDBSForeignKeys(table, prefix);
 }
 
 std::unique_ptr<TModuleStruct> TDataObjectInfoDB::GenerateDataBaseStruct(
@@ -224,15 +315,15 @@ std::unique_ptr<TModuleStruct> TDataObjectInfoDB::GenerateDataBaseStruct(
     const std::vector<TDataObjectClass>& classes) {
   auto module = std::make_unique<TModuleStruct>();
   THashFKs hashFKs;
+  TSchemaContext context;
+  context.moduleName = moduleName;
+  context.moduleHandle = moduleHandle;
+  context.hashFKs = &hashFKs;
   for (const TDataObjectClass cls : classes) {
     try {
-      TDataObjectInfoDB info;
-      info.SetModuleHandle(moduleHandle);
-      info.SetModuleName(moduleName);
-      info.SetHashFKs(&hashFKs);
-      info.SetClass(cls);
-      auto table = info.GenerateDBSTable();
-      if (info.TableMerged()) {
+      const TClassMapping mapping(cls);
+      auto table = TClassSchema(mapping, context).GenerateDBSTable();
+      if (mapping.TableMerged()) {
         module->AddExtendedTable(std::move(table));
       } else {
         module->AddNormalTable(std::move(table));
@@ -309,12 +400,6 @@ std::string TDataObjectInfoDB::GenerateStoredProcedureScript(const TModuleStruct
   std::vector<std::string> lines{"/**************** STORED PROCEDURES ********************/"};
   for (const auto& sp : db.Procedures()) lines.push_back(sp->getDDL());
   return text::JoinLines(lines);
-}
-
-void TDataObjectInfoDB::GenerateDataBase(const std::string& /*name*/,
-                                         const std::vector<TDataObjectClass>& /*classes*/,
-                                         bool /*flag1*/, bool /*flag2*/) {
-  throw Exception("Eu desativei esta função");
 }
 
 }  // namespace zo

@@ -50,12 +50,12 @@ void TDataObjectInfoDB::GenerateUpdateCode(const TBaseDataObject& instance,
 
   if (!rest.empty()) {
     cmds.push_back(fmt::sprintf("update %s set %s where %s = %d", GetTableName(),
-                                PropValueToStr(instance, rest, true, FFieldPrefix), key,
+                                PropValueToStr(instance, rest, true, FieldPrefix()), key,
                                 instance.GetCodigo()));
   }
   for (const TRttiProperty* p : textBlobs) {
     cmds.push_back(fmt::sprintf("update %s set %s = '' where %s = %d", GetTableName(),
-                                PrefixedColumn(p), key, instance.GetCodigo()));
+                                FPlacement.Column(p), key, instance.GetCodigo()));
     // The column holds Latin-1: the text goes one byte per character, '?' for the rest.
     TMemoryStream bytes(text::Utf8ToLatin1(p->GetValue(instance).AsString()));
     SetTextBlobData(instance.GetCodigo(), p, bytes, cmds);
@@ -64,7 +64,7 @@ void TDataObjectInfoDB::GenerateUpdateCode(const TBaseDataObject& instance,
 
 void TDataObjectInfoDB::SetTextBlobData(int32_t id, const TRttiProperty* prop, TStream& stream,
                                         std::vector<std::string>& cmds) const {
-  const std::string column = PrefixedColumn(prop);
+  const std::string column = FPlacement.Column(prop);
   std::vector<uint8_t> chunk(kBlobChunk);
   while (true) {
     const size_t n = stream.Read(chunk.data(), kBlobChunk);

@@ -3,7 +3,8 @@
 
 #include <zo/core/Exceptions.h>
 #include <zo/core/Text.h>
-#include <zo/persistence/ZoServerUtils.h>
+#include <zo/persistence/Catalog.h>
+#include <zo/persistence/Transactions.h>
 
 namespace zo {
 namespace {

@@ -2,7 +2,7 @@
 #include <zo/core/Exceptions.h>
 #include <zo/platform/db/DatabaseError.h>
 #include "persistence/PersistenceDetail.h"
-#include <zo/persistence/ZoServerUtils.h>
+#include <zo/persistence/Transactions.h>
 
 namespace zo {
 namespace {
@@ -20,8 +20,8 @@ void ExecuteSqlCmd(TDBXConnection& connection, const std::string& statement) {
     command->SetText(statement);
     command->ExecuteUpdate();  // rows a statement returns are discarded by the command
   } catch (const EDatabaseError& e) {
-    // The code travels on, so that callers can tell what kind of failure it was.
-    throw EDatabaseError(WithStatement(e.what(), statement), e.ErrorCode());
+    // The codes travel on, so that callers can tell what kind of failure it was.
+    throw EDatabaseError(WithStatement(e.what(), statement), e);
   } catch (const std::exception& e) {
     throw Exception(WithStatement(e.what(), statement));
   }

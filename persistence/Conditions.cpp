@@ -4,7 +4,7 @@
 #include <zo/core/Attributes.h>
 #include <zo/core/Exceptions.h>
 #include <zo/core/Text.h>
-#include <zo/persistence/ZoServerUtils.h>
+#include <zo/persistence/Conditions.h>
 
 namespace zo {
 namespace {

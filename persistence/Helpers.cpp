@@ -1,17 +1,18 @@
-// Helpers without a connection: pass-through decryption, failure codes, stream copying.
+// Helpers without a connection: failure codes, stream copying.
 #include <vector>
 
 #include <zo/core/Text.h>
-#include <zo/persistence/ZoServerUtils.h>
+#include <zo/platform/db/DatabaseError.h>
+#include <zo/persistence/Helpers.h>
 
 namespace zo {
 
-std::string DesencryptStr(const std::string& s) {
-  // Callers rely on this being a pass-through.
-  return s;
-}
-
 int32_t GetCodeException(const std::exception& e) {
+  // A database failure says by its codes whether a key constraint refused the row. Any other
+  // exception has only its text, so the long-standing rule applies: "UNIQUE KEY" in it means 0.
+  if (const auto* failure = dynamic_cast<const EDatabaseError*>(&e)) {
+    return failure->IsKeyConstraintViolation() ? 0 : -1;
+  }
   return text::ContainsText(e.what(), "UNIQUE KEY") ? 0 : -1;
 }
 

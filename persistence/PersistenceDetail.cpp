@@ -16,8 +16,7 @@ std::string Utf8Left(std::string_view s, size_t count) {
 }
 
 std::string PrefixedColumn(const TDataObjectInfoDB& info, const TRttiProperty* prop) {
-  const std::string column = GetAttribName(prop);
-  return info.FieldPrefix().empty() ? column : fmt::sprintf("%s_%s", info.FieldPrefix(), column);
+  return info.Placement().Column(prop);
 }
 
 const TRttiProperty* RequireProperty(const TDataObjectInfoDB& info, const std::string& name) {

@@ -5,7 +5,7 @@
 #include <zo/core/Attributes.h>
 #include <zo/core/Exceptions.h>
 #include <zo/core/Text.h>
-#include <zo/persistence/ZoServerUtils.h>
+#include <zo/persistence/Reading.h>
 #include <zo/platform/db/DataTypes.h>
 
 namespace zo {

@@ -61,11 +61,6 @@ int32_t GetCount(TDBXConnection& connection, TDataObjectClass cls, const std::st
   return reader->Reader().GetInt32(0);
 }
 
-int32_t GetMax(TDBXConnection& /*connection*/, const TRttiProperty* /*prop*/,
-               const std::string& /*condition*/) {
-  return 0;  // kept as an empty operation on purpose
-}
-
 int32_t Novocodigo(TDBXConnection& connection, const std::string& table) {
   try {
     const auto reader = GetReader(

@@ -57,7 +57,7 @@ void WriteRow(TDBXConnection& connection, const TDataObjectInfoDB& info,
   try {
     ExecuteSqlCmd(connection, statements);
   } catch (const EDatabaseError& e) {
-    if (!e.IsUniqueViolation()) throw;
+    if (e.Category() != DatabaseErrorCategory::UniqueViolation) throw;
     RaiseDuplicate(connection, info, object);
   }
 }

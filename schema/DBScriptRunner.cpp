@@ -10,6 +10,8 @@
 
 #include <fmt/printf.h>
 
+#include <zo/platform/db/DatabaseError.h>
+
 namespace zo {
 namespace {
 
@@ -47,9 +49,18 @@ class TAppendFile {
   int fd_;
 };
 
-bool IsTolerated(const std::string& error) {
-  return error.find("attempt to store duplicate value") != std::string::npos ||
-         error.find("already exists") != std::string::npos;
+// The rule is the two phrases (case-sensitive); the category makes sure a phrase is the
+// database's verdict on the statement, and not part of a name or of some other failure's text.
+bool IsTolerated(const std::string& error, const EDatabaseError* failure) {
+  if (failure == nullptr) return false;
+  switch (failure->Category()) {
+    case DatabaseErrorCategory::UniqueViolation:
+      return error.find("attempt to store duplicate value") != std::string::npos;
+    case DatabaseErrorCategory::ObjectExists:
+      return error.find("already exists") != std::string::npos;
+    default:
+      return false;
+  }
 }
 
 }  // namespace
@@ -109,8 +120,6 @@ std::unique_ptr<TSQLConnection> TSQLScriptRunner::newDataBase() const {
   return connection;
 }
 
-void TSQLScriptRunner::execute() {}
-
 std::string TSQLScriptRunner::getDatabaseFile() const { return fIBDataBase->DatabaseName(); }
 
 void TSQLScriptRunner::setDatabaseFile(const std::string& fileName) {
@@ -119,19 +128,17 @@ void TSQLScriptRunner::setDatabaseFile(const std::string& fileName) {
 
 std::vector<std::string>& TSQLScriptRunner::getSQLScript() { return fIBScript->Script(); }
 
-void TSQLScriptRunner::parse(TObject* /*sender*/, TIBParseKind /*kind*/,
-                             const std::string& /*sqlText*/) {}
-
 void TSQLScriptRunner::parseError(TObject* /*sender*/, const std::string& error,
                                   const std::string& sqlText, int lineIndex) {
   throw Exception("Erro ao executar script: " + error + ". " + sqlText + ". Linha" +
                   std::to_string(lineIndex));
 }
 
-void TSQLScriptRunner::OnScriptError(TObject* /*sender*/, const std::string& error,
+void TSQLScriptRunner::OnScriptError(TObject* sender, const std::string& error,
                                      const std::string& /*sqlText*/, int lineIndex, bool& ignore) {
   TAppendFile log(kScriptErrorLogFile);
-  ignore = IsTolerated(error);
+  const auto* script = dynamic_cast<const TIBScript*>(sender);
+  ignore = IsTolerated(error, script != nullptr ? script->ReportedError() : nullptr);
   log.WriteLine(fmt::sprintf("Erro: %s - Linha: %d - Ignorado: %s", error, lineIndex,
                              ignore ? "True" : "False"));
   // Raised while the log is still open; it closes as the exception leaves.

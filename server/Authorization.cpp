@@ -67,8 +67,8 @@ std::optional<std::string> TZoCustomServerModule::CheckUserAccess(
 std::optional<std::string> TZoCustomServerModule::LastAdminRule(
     const TAccessRequest& request) const {
   if (request.kind != TAccessKind::akDelete || !IsUserClass(request.cls)) return std::nullopt;
-  if (fSqlConnection == nullptr || !fSqlConnection->Connected()) return std::nullopt;
-  TDBXConnection& connection = fSqlConnection->DBXConnection();
+  if (SQLConnection() == nullptr || !SQLConnection()->Connected()) return std::nullopt;
+  TDBXConnection& connection = SQLConnection()->DBXConnection();
   const int32_t admins = CountAdmins(connection);
   if (admins == 0) return std::nullopt;
   const std::set<int32_t> ids(request.ids.begin(), request.ids.end());
@@ -89,7 +89,7 @@ void TZoCustomServerModule::Demand(const TAccessRequest& request) {
 
 void TZoCustomServerModule::Refused(TRefusalKind kind, const std::string& method,
                                     const std::string& detail) const {
-  ReportRefusal({kind, fCustomerID, fUsername, method, detail});
+  ReportRefusal({kind, CustomerID(), fUsername, method, detail});
 }
 
 }  // namespace zo

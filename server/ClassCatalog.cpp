@@ -90,7 +90,7 @@ nlohmann::json DescribeClass(const std::string& name, TDataObjectClass cls) {
 nlohmann::json TZoCustomServerModule::GetClasses() {
   Demand({"GetClasses", TAccessKind::akRead, nullptr, {}, {}});
   nlohmann::json classes = nlohmann::json::array();
-  for (const auto& [name, cls] : fHashClassName) {
+  for (const auto& [name, cls] : fRegistry.Classes()) {
     if (cls != nullptr) classes.push_back(DescribeClass(name, cls));
   }
   return classes;
@@ -99,7 +99,7 @@ nlohmann::json TZoCustomServerModule::GetClasses() {
 nlohmann::json TZoCustomServerModule::GetActions() {
   Demand({"GetActions", TAccessKind::akRead, nullptr, {}, {}});
   nlohmann::json names = nlohmann::json::array();
-  for (const auto& [name, method] : fExtraMethods) names.push_back(name);
+  for (const auto& name : fExtraMethods.Names()) names.push_back(name);
   return names;
 }
 

@@ -2,8 +2,6 @@
 
 #include <algorithm>
 #include <filesystem>
-#include <mutex>
-#include <set>
 
 #include <fmt/printf.h>
 #include <nlohmann/json.hpp>
@@ -14,30 +12,13 @@
 #include <zo/dao/GenericDAO.h>
 #include <zo/mapping/ZoReader.h>
 #include <zo/persistence/ZoServerUtils.h>
-#include <zo/platform/db/ConnectionParams.h>
 #include <zo/platform/db/DBXReader.h>
 #include <zo/platform/db/SQLConnection.h>
-#include <zo/platform/json/JSONMarshal.h>
-#include <zo/platform/json/JSONUnMarshal.h>
 #include <zo/server/RemoteCondition.h>
 
 namespace zo {
 namespace fs = std::filesystem;
 namespace {
-
-constexpr const char* kDefaultConfiguration = "conn.conf";
-constexpr const char* kDatabaseFileName = "ZO.FDB";
-constexpr const char* kDriverName = "FBConnection";
-
-struct RootSetting {
-  std::mutex mutex;
-  std::string root;
-};
-
-RootSetting& TheRoot() {
-  static RootSetting setting;
-  return setting;
-}
 
 // The first 400 characters of a message. Counted in code points, so that a cut never splits a
 // UTF-8 sequence (Portuguese messages are full of them, and the line may end up in JSON).
@@ -66,49 +47,19 @@ std::string ElementText(const nlohmann::json& element) {
 
 }  // namespace
 
-void SetApplicationRoot(const std::string& root) {
-  auto& s = TheRoot();
-  std::lock_guard lock(s.mutex);
-  s.root = root;
-}
-
-std::string ApplicationRoot() {
-  auto& s = TheRoot();
-  std::lock_guard lock(s.mutex);
-  return s.root.empty() ? fs::current_path().string() : s.root;
-}
-
 // ---- Customer directory and connection files -------------------------------------------------
 
 std::string TZoCustomServerModule::GetCustomerDir(const std::string& customerID) {
-  if (customerID.empty()) return {};
-  return (fs::path("CustomersDB") / customerID).string();
+  return TCustomerFiles(customerID).Dir();
 }
 
 std::string TZoCustomServerModule::GetDBConfigurationFilename(const std::string& customerID) {
-  if (customerID.empty()) return kDefaultConfiguration;
-  const std::string path = (fs::path(GetCustomerDir(customerID)) / "conn.conf").string();
-  if (!fs::exists(path)) {
-    TConnectionParams params;
-    params.LoadFromFile(kDefaultConfiguration);
-    params.SetValue("Database",
-                    (fs::path(GetCustomerDir(customerID)) / kDatabaseFileName).string());
-    params.SaveToFile(path);
-  }
-  return path;
+  return TCustomerFiles(customerID).ConfigurationFilename();
 }
 
 std::unique_ptr<TSQLConnection> TZoCustomServerModule::CreateConnection(
     const std::string& customerID) {
-  auto connection = std::make_unique<TSQLConnection>();
-  connection->SetLoginPrompt(false);
-  connection->SetDriverName(kDriverName);
-  connection->LoadParamsFromFile(GetDBConfigurationFilename(customerID));
-  if (!customerID.empty()) {
-    connection->Params().SetValue(
-        "Database", (fs::path(GetCustomerDir(customerID)) / kDatabaseFileName).string());
-  }
-  return connection;
+  return TModuleConnection::Create(TCustomerFiles(customerID));
 }
 
 // ---- Lifecycle ------------------------------------------------------------------------------
@@ -117,37 +68,33 @@ TZoCustomServerModule::TZoCustomServerModule(const TModuleCreateArgs& args)
     : fFailNotifActive(args.failNotifActive),
       fLogActive(args.logActive),
       fTerminalKAInterval(args.terminalKAInterval),
-      fCustomerID(args.customerID),
       fUsername(args.username),
+      fFiles(args.customerID),
       fCustomerPwd(args.customerPwd) {}
 
 void TZoCustomServerModule::AfterConstruction() {
   if (Designing()) return;
   CreateDateSetProviders();
-  fHashClassName.clear();
-  fHashClassDAO.clear();
-  fMarshal = std::make_unique<TJSONMarshal>(std::make_unique<TJSONConverter>());
-  fUnMarshal = std::make_unique<TJSONUnMarshal>();
+  fRegistry.Clear();
   Init();
 }
 
 void TZoCustomServerModule::Init() {
   ClearLog();
-  fHashClassName.clear();
-  fHashClassDAO.clear();
-  ReplaceConnection(CreateConnection(fCustomerID));
-  fSqlConnection->Open();
-  fGenericDAO = std::make_unique<TGenericDAO>(fSqlConnection);
+  fRegistry.Clear();
+  fConnection.Replace(TModuleConnection::Create(fFiles));
+  SQLConnection()->Open();
+  fGenericDAO = std::make_unique<TGenericDAO>(SQLConnection());
 
-  auto reader = GetReader(fSqlConnection->DBXConnection(),
+  auto reader = GetReader(SQLConnection()->DBXConnection(),
                           fmt::sprintf("select ID from USUARIOS where LOGIN = '%s'", fUsername));
   TDBXReader& rows = reader->Reader();
   if (rows.Next() && !rows.IsNull(0)) {
     const int32_t id = rows.GetInt32(0);
     reader.reset();
     fUser = StaticCastOwned<TUser>(
-        GetDataObject(fSqlConnection->DBXConnection(), id, &TUser::StaticType(), nullptr, ""));
-    fUserRole = LoadUserRole(fSqlConnection->DBXConnection(), id);
+        GetDataObject(SQLConnection()->DBXConnection(), id, &TUser::StaticType(), nullptr, ""));
+    fUserRole = LoadUserRole(SQLConnection()->DBXConnection(), id);
   } else {
     fUser.reset();
     fUserRole = TUserRole::urOrdinary;
@@ -159,35 +106,16 @@ void TZoCustomServerModule::Init() {
 }
 
 TZoCustomServerModule::~TZoCustomServerModule() {
-  Guarded([&] { fMarshal.reset(); });
-  Guarded([&] { fUnMarshal.reset(); });
-  Guarded([&] { fHashClassDAO.clear(); });
-  Guarded([&] {
-    if (fSqlConnection != nullptr) fSqlConnection->Close();
-  });
-  Guarded([&] {
-    fSqlConnection = nullptr;
-    fOwnedConnection.reset();
-  });
-  // The default DAO and the user go with the module; DAOs bound by others are theirs.
-}
-
-void TZoCustomServerModule::ReplaceConnection(std::unique_ptr<TSQLConnection> connection) {
-  fOwnedConnection = std::move(connection);
-  fSqlConnection = fOwnedConnection.get();
+  Guarded([&] { fRegistry.Clear(); });
+  fConnection.Close();
+  Guarded([&] { fConnection.Replace(nullptr); });
+  // The default DAO, the user and the marshallers go with the module; DAOs bound by others
+  // are theirs.
 }
 
 std::unique_ptr<TSQLConnection> TZoCustomServerModule::CreateDataBaseConnection(
     const std::string& dataBaseName) const {
-  auto connection = std::make_unique<TSQLConnection>();
-  connection->SetLoginPrompt(false);
-  connection->SetDriverName(kDriverName);
-  // Always the default file: only the database path is the customer's here.
-  connection->LoadParamsFromFile(kDefaultConfiguration);
-  connection->Params().SetValue(
-      "Database",
-      (fs::path(GetCustomerDir(fCustomerID)) / fs::path(dataBaseName).filename()).string());
-  return connection;
+  return TModuleConnection::CreateForDataBase(fFiles, dataBaseName);
 }
 
 void TZoCustomServerModule::CreateDateSetProviders() {
@@ -205,50 +133,33 @@ void TZoCustomServerModule::CreateDateSetProviders() {
 void TZoCustomServerModule::UpdateConnection() {
   for (int i = 0; i < ComponentCount(); ++i) {
     if (auto* dataSet = dynamic_cast<TSQLDataSet*>(Components(i))) {
-      dataSet->SetSQLConnection(fSqlConnection);
+      dataSet->SetSQLConnection(SQLConnection());
     }
   }
-}
-
-std::vector<TGenericDAO*> TZoCustomServerModule::DistinctDAOs() const {
-  std::vector<TGenericDAO*> daos;
-  if (fGenericDAO) daos.push_back(fGenericDAO.get());
-  for (const auto& [cls, dao] : fHashClassDAO) {
-    if (dao != nullptr && std::find(daos.begin(), daos.end(), dao) == daos.end()) {
-      daos.push_back(dao);
-    }
-  }
-  return daos;
 }
 
 void TZoCustomServerModule::ConnectionChanged() {
-  for (TGenericDAO* dao : DistinctDAOs()) {
+  for (TGenericDAO* dao : fRegistry.DistinctDAOs(fGenericDAO.get())) {
     OutputDebugString(dao->ClassName());
-    dao->SetSQLConnection(fSqlConnection);
+    dao->SetSQLConnection(SQLConnection());
   }
   UpdateConnection();
 }
 
+// Names are taken from the application root, never from the process's current directory.
 void TZoCustomServerModule::SetCurrentDataBase(const std::string& dataBaseName) {
-  fs::current_path(ApplicationRoot());
   if (dataBaseName.empty()) {
-    if (fSqlConnection != nullptr) fSqlConnection->Close();
+    fConnection.Close();
     return;
   }
-  SwitchDataBase(fs::exists(dataBaseName)
-                     ? dataBaseName
-                     : (fs::path(GetCustomerDir(fCustomerID)) / kDatabaseFileName).string());
+  SwitchDataBase(fs::exists(TCustomerFiles::Resolve(dataBaseName)) ? dataBaseName
+                                                                   : fFiles.DefaultDataBase());
 }
 
 void TZoCustomServerModule::SwitchDataBase(const std::string& target) {
   // Opened before anything is given up: a file that cannot be opened leaves the module on the
   // connection it had.
-  auto candidate = CreateDataBaseConnection(target);
-  candidate->Open();
-  Guarded([&] {
-    if (fSqlConnection != nullptr) fSqlConnection->Close();
-  });
-  ReplaceConnection(std::move(candidate));
+  fConnection.SwitchTo(CreateDataBaseConnection(target));
   fCurrentDataBase = target;
   ConnectionChanged();
 }
@@ -259,14 +170,12 @@ void TZoCustomServerModule::SetCurrentDataBaseRemote(const std::string& dataBase
     SetCurrentDataBase(dataBaseName);
     return;
   }
-  fs::current_path(ApplicationRoot());
   // Only the customer's own directory is looked at: whether a file exists anywhere else on
   // the server must not show in the answer.
-  const fs::path own = fs::path(GetCustomerDir(fCustomerID)) / dataBaseName;
+  const std::string own = (fs::path(fFiles.Dir()) / dataBaseName).string();
   try {
-    SwitchDataBase(fs::is_regular_file(own)
-                       ? own.string()
-                       : (fs::path(GetCustomerDir(fCustomerID)) / kDatabaseFileName).string());
+    SwitchDataBase(fs::is_regular_file(TCustomerFiles::Resolve(own)) ? own
+                                                                     : fFiles.DefaultDataBase());
   } catch (const std::exception& e) {
     Refused(TRefusalKind::rkDatabaseName, "SetCurrentDataBase",
             "\"" + dataBaseName + "\" não abriu: " + e.what());
@@ -275,11 +184,8 @@ void TZoCustomServerModule::SetCurrentDataBaseRemote(const std::string& dataBase
 }
 
 std::string TZoCustomServerModule::GetCurrentDataBase() const {
-  return fSqlConnection == nullptr ? std::string() : fSqlConnection->Params().Values("Database");
+  return fConnection.CurrentDataBase();
 }
-
-void TZoCustomServerModule::AddToDataBaseLog(const std::string& /*text*/, TTipoLogger /*tipo*/,
-                                             int32_t /*erro*/) {}
 
 void TZoCustomServerModule::Fire(TModuleEvent event) {
   if (OnModuleEvent) OnModuleEvent(*this, event);
@@ -292,20 +198,15 @@ TDataSetProvider* TZoCustomServerModule::FindProvider(const std::string& name) c
 // ---- Registries -----------------------------------------------------------------------------
 
 void TZoCustomServerModule::LinkDataClassToDAO(TDataObjectClass cls, TGenericDAO* dao) {
-  fHashClassName.emplace(cls->Name(), cls);
-  fHashClassDAO.emplace(cls, dao);
+  fRegistry.Link(cls, dao);
 }
 
 bool TZoCustomServerModule::UnLinkDataClassFromDAO(TDataObjectClass cls, TGenericDAO* /*dao*/) {
-  return fHashClassDAO.erase(cls) > 0;
+  return fRegistry.UnLink(cls);
 }
 
 TDataObjectClass TZoCustomServerModule::GetClass(const std::string& AClassName) const {
-  const auto it = fHashClassName.find(AClassName);
-  if (it == fHashClassName.end()) {
-    throw Exception("Classe não registrada \"" + AClassName + "\"");
-  }
-  return it->second;
+  return fRegistry.Class(AClassName);
 }
 
 TDataObjectClass TZoCustomServerModule::getClassOfObj(const TBaseDataObject* obj) const {
@@ -314,62 +215,46 @@ TDataObjectClass TZoCustomServerModule::getClassOfObj(const TBaseDataObject* obj
 }
 
 TGenericDAO* TZoCustomServerModule::GetDAO(TDataObjectClass cls) const {
-  const auto it = fHashClassDAO.find(cls);
-  if (it == fHashClassDAO.end()) {
-    throw Exception(
-        fmt::sprintf("Método: TZoCustomServerModule.getDAO. Não há associação para a classe %s",
-                     cls ? cls->Name() : std::string()));
-  }
-  return it->second;
+  return fRegistry.DAO(cls);
 }
 
 TGenericDAO* TZoCustomServerModule::GetDAO(const std::string& AClassName) const {
-  const auto it = fHashClassName.find(AClassName);
-  if (it != fHashClassName.end()) return GetDAO(it->second);
-  return fGenericDAO.get();
+  // Through the virtual GetDAO, so that a module's own choice of DAO applies here too.
+  const TDataObjectClass cls = fRegistry.FindClass(AClassName);
+  return cls != nullptr ? GetDAO(cls) : fGenericDAO.get();
 }
 
 // ---- Serialisation --------------------------------------------------------------------------
 
 nlohmann::json TZoCustomServerModule::Serializar(const TBaseDataObject* obj) const {
-  if (obj == nullptr) return nullptr;
-  return fMarshal->Marshal(*obj);
+  return fSerializer.Serialize(obj);
 }
 
 nlohmann::json TZoCustomServerModule::Serializar(std::unique_ptr<TBaseDataObject> obj) const {
-  return Serializar(obj.get());  // the object goes when the call ends
+  return fSerializer.Serialize(obj.get());  // the object goes when the call ends
 }
 
 nlohmann::json TZoCustomServerModule::SerializarArray(
     std::vector<std::unique_ptr<TBaseDataObject>> objects) const {
-  nlohmann::json array = nlohmann::json::array();
-  for (auto& obj : objects) array.push_back(Serializar(std::move(obj)));
-  return array;
+  return fSerializer.SerializeArray(std::move(objects));
 }
 
 nlohmann::json TZoCustomServerModule::SerializeIdArray(const std::vector<int32_t>& ids) {
-  nlohmann::json array = nlohmann::json::array();
-  for (const int32_t id : ids) array.push_back(id);
-  return array;
+  return TModuleSerializer::SerializeIdArray(ids);
 }
 
 std::unique_ptr<TBaseDataObject> TZoCustomServerModule::UnSerializar(
     const nlohmann::json& json) const {
-  return fUnMarshal->Unmarshal(json);
+  return fSerializer.Unserialize(json);
 }
 
 std::vector<std::unique_ptr<TBaseDataObject>> TZoCustomServerModule::UnSerializarArray(
     const nlohmann::json& jsonArray) const {
-  std::vector<std::unique_ptr<TBaseDataObject>> objects;
-  for (const auto& element : jsonArray) objects.push_back(UnSerializar(element));
-  return objects;
+  return fSerializer.UnserializeArray(jsonArray);
 }
 
 std::vector<int32_t> TZoCustomServerModule::UnSerializeIdArray(const nlohmann::json& jsonArray) {
-  std::vector<int32_t> ids;
-  if (jsonArray.is_null()) return ids;
-  for (const auto& element : jsonArray) ids.push_back(text::StrToInt(ElementText(element)));
-  return ids;
+  return TModuleSerializer::UnserializeIdArray(jsonArray);
 }
 
 // ---- Remote methods -------------------------------------------------------------------------
@@ -477,11 +362,11 @@ nlohmann::json TZoCustomServerModule::GetByCondition(const std::string& AClassNa
 
 int32_t TZoCustomServerModule::GetCount(const std::string& AClassName,
                                         const std::string& ACondition) {
-  const auto it = fHashClassName.find(AClassName);
-  if (it == fHashClassName.end()) throw Exception("Item not found");
-  const std::string condition = CheckedCondition("GetCount", it->second, ACondition);
-  Demand({"GetCount", TAccessKind::akRead, it->second, {KeyName(it->second)}, {}});
-  return zo::GetCount(fSqlConnection->DBXConnection(), it->second, condition);
+  const TDataObjectClass cls = fRegistry.FindClass(AClassName);
+  if (cls == nullptr) throw Exception("Item not found");
+  const std::string condition = CheckedCondition("GetCount", cls, ACondition);
+  Demand({"GetCount", TAccessKind::akRead, cls, {KeyName(cls)}, {}});
+  return zo::GetCount(SQLConnection()->DBXConnection(), cls, condition);
 }
 
 std::unique_ptr<TMemoryStream> TZoCustomServerModule::GetBlobData(

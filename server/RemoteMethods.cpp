@@ -7,44 +7,17 @@
 #include <zo/platform/db/SQLConnection.h>
 #include "platform/json/Base64.h"
 #include <zo/server/CustomServerModule.h>
+#include <zo/server/RemoteParams.h>
 
 namespace zo {
-namespace {
 
-const nlohmann::json& Param(const nlohmann::json& params, const char* name) {
-  if (!params.is_object() || !params.contains(name)) {
-    throw EInvalidParams(std::string("Parâmetro obrigatório ausente: ") + name);
-  }
-  return params.at(name);
-}
-
-std::string StringParam(const nlohmann::json& params, const char* name, bool required = true) {
-  if (!required && (!params.is_object() || !params.contains(name))) return {};
-  const auto& v = Param(params, name);
-  if (!v.is_string()) throw EInvalidParams(std::string("Parâmetro ") + name + ": esperado texto");
-  return v.get<std::string>();
-}
-
-int32_t IntParam(const nlohmann::json& params, const char* name) {
-  const auto& v = Param(params, name);
-  if (!v.is_number_integer() || v.get<int64_t>() < INT32_MIN || v.get<int64_t>() > INT32_MAX) {
-    throw EInvalidParams(std::string("Parâmetro ") + name + ": esperado número inteiro");
-  }
-  return v.get<int32_t>();
-}
-
-const nlohmann::json& ObjectParam(const nlohmann::json& params, const char* name) {
-  const auto& v = Param(params, name);
-  if (!v.is_object() && !v.is_null()) {
-    throw EInvalidParams(std::string("Parâmetro ") + name + ": esperado objeto JSON");
-  }
-  return v;
-}
-
-}  // namespace
+using remote::IntParam;
+using remote::ObjectParam;
+using remote::Param;
+using remote::StringParam;
 
 void TZoCustomServerModule::RegisterMethod(const std::string& name, TRemoteMethod method) {
-  fExtraMethods[name] = std::move(method);
+  fExtraMethods.Register(name, std::move(method));
 }
 
 void TZoCustomServerModule::DropCallback(const TZoCallback* callback) noexcept {
@@ -52,8 +25,7 @@ void TZoCustomServerModule::DropCallback(const TZoCallback* callback) noexcept {
   const auto drop = [callback](TGenericDAO* dao) {
     if (dao != nullptr && dao->CallBack() == callback) dao->SetCallBack(nullptr);
   };
-  drop(fGenericDAO.get());
-  for (const auto& [cls, dao] : fHashClassDAO) drop(dao);
+  for (TGenericDAO* dao : fRegistry.DistinctDAOs(fGenericDAO.get())) drop(dao);
 }
 
 nlohmann::json TZoCustomServerModule::CallMethod(const std::string& method,
@@ -70,9 +42,9 @@ nlohmann::json TZoCustomServerModule::CallMethod(const std::string& method,
     return Dispatch(method, params, callback);
   } catch (...) {
     // Whatever the failed call left open is undone before the client hears of it.
-    if (fSqlConnection != nullptr && fSqlConnection->Connected()) {
+    if (SQLConnection() != nullptr && SQLConnection()->Connected()) {
       try {
-        fSqlConnection->DBXConnection().RollbackAll();
+        SQLConnection()->DBXConnection().RollbackAll();
       } catch (...) {
       }
     }
@@ -82,9 +54,9 @@ nlohmann::json TZoCustomServerModule::CallMethod(const std::string& method,
 
 nlohmann::json TZoCustomServerModule::Dispatch(const std::string& method, const nlohmann::json& p,
                                                TZoCallback* callback) {
-  if (const auto it = fExtraMethods.find(method); it != fExtraMethods.end()) {
+  if (const TRemoteMethod* extra = fExtraMethods.Find(method)) {
     Demand({method, TAccessKind::akAction, nullptr, {}, {}});
-    return it->second(p, callback);
+    return (*extra)(p, callback);
   }
   if (method == "Insert") return Insert(ObjectParam(p, "jObj"), callback);
   if (method == "Update") {

@@ -79,10 +79,10 @@ nlohmann::json DescribeTable(const TTableStruct& table) {
 
 nlohmann::json TZoCustomServerModule::GetSchema() {
   Demand({"GetSchema", TAccessKind::akRead, nullptr, {}, {}});
-  if (fSqlConnection == nullptr || !fSqlConnection->Connected()) {
+  if (SQLConnection() == nullptr || !SQLConnection()->Connected()) {
     throw Exception("Sem conexão com o banco de dados");
   }
-  const auto model = ReadDatabaseStruct(fSqlConnection->DBXConnection(), nullptr);
+  const auto model = ReadDatabaseStruct(SQLConnection()->DBXConnection(), nullptr);
   nlohmann::json tables = nlohmann::json::array();
   for (const auto& table : model->NormalTables()) tables.push_back(DescribeTable(*table));
   return {{"database", GetCurrentDataBase()}, {"tables", std::move(tables)}};

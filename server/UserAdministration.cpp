@@ -29,7 +29,7 @@ void ExpectUser(TDBXConnection& connection, int32_t id) {
 
 std::string TZoCustomServerModule::GetUserRole(int32_t id) {
   Demand({"GetUserRole", TAccessKind::akRead, &TUser::StaticType(), {"Papel"}, {id}});
-  return RoleName(LoadUserRole(fSqlConnection->DBXConnection(), id));
+  return RoleName(LoadUserRole(SQLConnection()->DBXConnection(), id));
 }
 
 void TZoCustomServerModule::SetUserRole(int32_t id, const std::string& ARole) {
@@ -39,7 +39,7 @@ void TZoCustomServerModule::SetUserRole(int32_t id, const std::string& ARole) {
     throw Exception(
         fmt::format("Papel desconhecido \"{}\" (use \"admin\" ou \"\")", ShownToken(ARole)));
   }
-  TDBXConnection& connection = fSqlConnection->DBXConnection();
+  TDBXConnection& connection = SQLConnection()->DBXConnection();
   ExpectUser(connection, id);
   if (*role == TUserRole::urOrdinary && LoadUserRole(connection, id) == TUserRole::urAdmin &&
       CountAdmins(connection) <= 1) {
@@ -58,7 +58,7 @@ void TZoCustomServerModule::SetUserPassword(int32_t id, const std::string& APass
   if (APassword.size() > kMaxPasswordBytes) {
     throw Exception(fmt::format("A senha passa de {} bytes", kMaxPasswordBytes));
   }
-  TDBXConnection& connection = fSqlConnection->DBXConnection();
+  TDBXConnection& connection = SQLConnection()->DBXConnection();
   ExpectUser(connection, id);
   StorePasswordHash(connection, id, HashPassword(APassword));
 }

@@ -9,8 +9,10 @@
 
 #include "apps/zo-server/EngineErrors.h"
 #include <zo/core/Exceptions.h>
+#include <zo/core/RemoteErrors.h>
 #include <zo/platform/db/SQLConnection.h>
 #include <zo/server/Refusals.h>
+#include <zo/server/RemoteParams.h>
 #include <zo/server/UserPasswords.h>
 
 namespace zo::app {
@@ -22,18 +24,6 @@ constexpr std::size_t kMaxStatementTexts = 50;
 // One message for every wrong part of a login, so that the answer tells nothing about which
 // part was wrong, nor who the customers are.
 constexpr const char* kRefusedLogin = "Usuário ou senha inválidos";
-
-std::string TextParam(const nlohmann::json& params, const char* name) {
-  if (!params.is_object() || !params.contains(name)) {
-    throw rpc::InvalidParams(std::string("Parâmetro obrigatório ausente: ") + name);
-  }
-  // Told apart from a missing one: a client that sends a number must not go looking for a
-  // parameter it did send.
-  if (!params.at(name).is_string()) {
-    throw rpc::InvalidParams(std::string("Parâmetro ") + name + ": esperado texto");
-  }
-  return params.at(name).get<std::string>();
-}
 
 void Log(const rpc::LogSink& log, const std::string& line) {
   if (log) log(line);
@@ -91,10 +81,10 @@ nlohmann::json TModuleSession::Call(const std::string& method, const nlohmann::j
   }
   try {
     return module_->CallMethod(method, params, callback);
-  } catch (const EMethodNotFound& e) {
-    throw rpc::MethodNotFound(e.what());
-  } catch (const EInvalidParams& e) {
-    throw rpc::InvalidParams(e.what());
+  } catch (const EMethodNotFound&) {
+    throw;  // its message names what the client sent, never the server's files
+  } catch (const EInvalidParams&) {
+    throw;
   } catch (const EAbort&) {
     throw;
   } catch (const std::exception& e) {
@@ -133,7 +123,8 @@ bool TModuleSessionFactory::CheckPassword(const std::string& customer, const std
   // An unknown customer or a login that cannot exist costs the same check as a wrong
   // password, and as long as opening a customer's database: timing must not tell them apart.
   if (!IsValidLogin(user) ||
-      !std::filesystem::is_directory(TZoCustomServerModule::GetCustomerDir(customer))) {
+      !std::filesystem::is_directory(
+          TCustomerFiles::Resolve(TZoCustomServerModule::GetCustomerDir(customer)))) {
     SpendPasswordCheck(password);
     PadLikeAKnownCustomer(start);
     return false;
@@ -145,9 +136,9 @@ bool TModuleSessionFactory::CheckPassword(const std::string& customer, const std
 
 std::unique_ptr<rpc::IRpcSession> TModuleSessionFactory::Connect(const nlohmann::json& params,
                                                                  const rpc::ClientInfo& client) {
-  const std::string customer = TextParam(params, "customer");
-  const std::string user = TextParam(params, "user");
-  const std::string password = TextParam(params, "password");
+  const std::string customer = remote::StringParam(params, "customer");
+  const std::string user = remote::StringParam(params, "user");
+  const std::string password = remote::StringParam(params, "password");
   const std::string address = AddressOfPeer(client.peer);
   const std::string login = customer + "/" + user;
   const auto refuse = [&](const std::string& detail) {

@@ -1,6 +1,7 @@
 #include "platform/db/AttachString.h"
 
 #include <cctype>
+#include <filesystem>
 
 #include <zo/core/Exceptions.h>
 
@@ -33,14 +34,18 @@ std::string JoinOnServer(const std::string& root, const std::string& relative) {
 
 }  // namespace
 
-std::string AttachString(const TConnectionParams& params) {
+std::string AttachString(const TConnectionParams& params, const std::string& baseDirectory) {
   const std::string database = params.Values("Database");
   if (database.empty()) {
     throw Exception("Connection parameter Database is empty");
   }
   const std::string server = params.Values("Server");
-  if (server.empty() || NamesServer(database)) {
+  if (NamesServer(database)) {
     return database;
+  }
+  if (server.empty()) {
+    const bool resolve = !baseDirectory.empty() && !IsAbsolute(database);
+    return resolve ? (std::filesystem::path(baseDirectory) / database).string() : database;
   }
   const std::string root = params.Values("ServerRoot");
   const bool resolve = !root.empty() && !IsAbsolute(database);

@@ -29,9 +29,10 @@ std::string CharSetOf(const TConnectionParams& params) {
 
 }  // namespace
 
-ConnectOptions BuildConnectOptions(const TConnectionParams& params) {
+ConnectOptions BuildConnectOptions(const TConnectionParams& params,
+                                   const std::string& baseDirectory) {
   ConnectOptions options;
-  options.attachString = AttachString(params);
+  options.attachString = AttachString(params, baseDirectory);
   options.dialect = DialectOf(params);
 
   fb::ParamBlock dpb(Firebird::IXpbBuilder::DPB);

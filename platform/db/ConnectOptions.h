@@ -18,7 +18,9 @@ struct ConnectOptions {
 
 // Maps Database/Server/ServerRoot (see AttachString), User_Name, Password, RoleName,
 // ServerCharSet or CharSet (lc_ctype, default UTF8) and SQLDialect (default 3). Other keys are
-// left for whoever reads them.
-ConnectOptions BuildConnectOptions(const TConnectionParams& params);
+// left for whoever reads them. A relative embedded Database opens from `baseDirectory` (empty:
+// the current directory).
+ConnectOptions BuildConnectOptions(const TConnectionParams& params,
+                                   const std::string& baseDirectory = "");
 
 }  // namespace zo::db

@@ -28,7 +28,7 @@ PreparedStatement PrepareAsGiven(Session& session, Firebird::ITransaction* trans
   try {
     return PreparedStatement{PrepareText(session, transaction, sql), {}, {}, {}, false};
   } catch (const EDatabaseError& e) {
-    throw EDatabaseError(WithTrueEndPosition(e.what(), sql), e.ErrorCode());
+    throw EDatabaseError(WithTrueEndPosition(e.what(), sql), e);
   }
 }
 
@@ -71,26 +71,13 @@ PreparedStatement Prepare(Session& session, Firebird::ITransaction* transaction,
 
 // Errors a kept statement gets when the metadata it was prepared against has changed.
 bool IsMetadataError(const EDatabaseError& e) {
-  switch (e.ErrorCode()) {
+  switch (e.GdsCode()) {
     case isc_dsql_error:
     case isc_obsolete_metadata:
     case isc_no_meta_update:
     case isc_dsql_relation_err:
     case isc_dsql_field_err:
     case isc_dsql_procedure_err:
-      return true;
-    default:
-      return false;
-  }
-}
-
-// Errors of waiting for a lock: running the statement again would wait as long again.
-bool IsLockError(const EDatabaseError& e) {
-  switch (e.ErrorCode()) {
-    case isc_deadlock:
-    case isc_lock_conflict:
-    case isc_update_conflict:
-    case isc_lock_timeout:
       return true;
     default:
       return false;
@@ -112,7 +99,8 @@ auto WithStatement(Session& session, Firebird::ITransaction* transaction, const 
     try {
       return run(prepared);
     } catch (const EDatabaseError& e) {
-      if (!lifted || IsLockError(e)) throw;
+      // Lock waits: running the statement again would wait as long again.
+      if (!lifted || e.Category() == DatabaseErrorCategory::LockConflict) throw;
       if (reused && attempt == 0 && IsMetadataError(e)) {
         session.Statements().Clear();
         continue;

@@ -31,9 +31,7 @@ void ThrowStatus::checkException(ThrowStatus* status) {
   if (!status->dirty || !(status->getState() & Firebird::IStatus::STATE_ERRORS)) {
     return;
   }
-  const intptr_t* errors = status->getErrors();
-  const intptr_t code = (errors[0] == isc_arg_gds) ? errors[1] : 0;
-  throw EDatabaseError(FormatStatus(status), code);
+  throw EDatabaseError(FormatStatus(status), status->getErrors());
 }
 
 namespace {

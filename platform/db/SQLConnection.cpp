@@ -14,7 +14,7 @@ void TSQLConnection::Open() {
   if (Connected()) {
     return;
   }
-  auto session = std::make_shared<db::Session>(db::BuildConnectOptions(params_));
+  auto session = std::make_shared<db::Session>(db::BuildConnectOptions(params_, baseDirectory_));
   session->SetTrace(trace_);
   dbx_.session_ = std::move(session);
 }

@@ -3,6 +3,7 @@
 #include <exception>
 
 #include <zo/core/Exceptions.h>
+#include <zo/core/RemoteErrors.h>
 #include <zo/platform/rpc/RpcError.h>
 #include <zo/platform/rpc/RpcSession.h>
 
@@ -137,9 +138,9 @@ ErrorInfo DescribeCurrentException() {
     throw;
   } catch (const EAbort& e) {
     return {codes::kAborted, e.what(), {{"aborted", true}}};
-  } catch (const MethodNotFound& e) {
+  } catch (const EMethodNotFound& e) {
     return {codes::kMethodNotFound, e.what(), nullptr};
-  } catch (const InvalidParams& e) {
+  } catch (const EInvalidParams& e) {
     return {codes::kInvalidParams, e.what(), nullptr};
   } catch (const Exception& e) {
     return {codes::kApplication, e.what(), nullptr};

@@ -8,12 +8,6 @@
 namespace zo {
 namespace {
 
-// The server's parser rejected the text (Firebird's SQLCODE -104: "Token unknown",
-// "Unexpected end of command"...). Other errors of the statement are execution errors.
-bool IsSyntaxError(const std::string& message) {
-  return message.find("SQL error code = -104") != std::string::npos;
-}
-
 void RollbackQuietly(TIBTransaction& transaction) noexcept {
   try {
     if (transaction.InTransaction()) transaction.Rollback();
@@ -34,31 +28,31 @@ std::vector<TScriptStatement> TIBScript::ValidateScript() {
 }
 
 void TIBScript::ExecuteScript() {
-  if (fDatabase == nullptr) throw Exception("Script sem banco de dados");
+  if (database_ == nullptr) throw Exception("Script sem banco de dados");
   const std::vector<Step> steps = Parse();
-  fDatabase->Open();
+  database_->Open();
   TIBTransaction& transaction = ChooseTransaction();
-  fStats = {};
-  fAutoDDL = true;
+  stats_ = {};
+  autoDDL_ = true;
   // SET STATS in a script lasts as long as the script, as in an isql session.
-  const bool statistics = fStatistics;
+  const bool statistics = statistics_;
   const auto started = std::chrono::steady_clock::now();
   try {
     RunSteps(steps, transaction);
     if (transaction.InTransaction()) transaction.Commit();
   } catch (...) {
     RollbackQuietly(transaction);
-    fStatistics = statistics;
+    statistics_ = statistics;
     throw;
   }
-  if (fStatistics) fStats.elapsed = std::chrono::steady_clock::now() - started;
-  fStatistics = statistics;
+  if (statistics_) stats_.elapsed = std::chrono::steady_clock::now() - started;
+  statistics_ = statistics;
 }
 
 std::vector<TIBScript::Step> TIBScript::Parse() {
   std::vector<TScriptStatement> statements;
   try {
-    statements = SplitScript(fScript);
+    statements = SplitScript(script_);
   } catch (const EScriptParseError& e) {
     ReportParseError(e.what(), e.StatementText(), e.LineIndex());
   }
@@ -71,7 +65,7 @@ std::vector<TIBScript::Step> TIBScript::Parse() {
       ReportParseError(e.what(), e.StatementText(), e.LineIndex());
     }
     // The attachment's dialect is fixed when it is made: a script cannot switch it.
-    const int dialect = fDatabase != nullptr ? fDatabase->SQLDialect() : 3;
+    const int dialect = database_ != nullptr ? database_->SQLDialect() : 3;
     if (parsed.setting == TScriptSetting::SqlDialect &&
         parsed.argument != std::to_string(dialect)) {
       ReportParseError("Dialeto SQL " + parsed.argument + " difere do banco de dados (" +
@@ -85,23 +79,23 @@ std::vector<TIBScript::Step> TIBScript::Parse() {
 
 void TIBScript::ReportParseError(const std::string& error, const std::string& sqlText,
                                  int lineIndex) {
-  if (fOnParseError) fOnParseError(this, error, sqlText, lineIndex);
+  if (onParseError_) onParseError_(this, error, sqlText, lineIndex);
   throw EScriptParseError(error, sqlText, lineIndex);
 }
 
 TIBTransaction& TIBScript::ChooseTransaction() {
-  if (fTransaction != nullptr) return *fTransaction;
-  if (fDatabase->DefaultTransaction() != nullptr) return *fDatabase->DefaultTransaction();
-  if (!fOwnTransaction) fOwnTransaction = std::make_unique<TIBTransaction>();
-  fOwnTransaction->SetDefaultDatabase(fDatabase);
-  return *fOwnTransaction;
+  if (transaction_ != nullptr) return *transaction_;
+  if (database_->DefaultTransaction() != nullptr) return *database_->DefaultTransaction();
+  if (!ownTransaction_) ownTransaction_ = std::make_unique<TIBTransaction>();
+  ownTransaction_->SetDefaultDatabase(database_);
+  return *ownTransaction_;
 }
 
 void TIBScript::RunSteps(const std::vector<Step>& steps, TIBTransaction& transaction) {
   const int count = static_cast<int>(steps.size());
   for (int i = 0; i < count; ++i) {
-    if (fOnStatement) fOnStatement(this, i, count, steps[i].statement);
-    if (fOnParse) fOnParse(this, steps[i].parsed.kind, steps[i].statement.text);
+    if (onStatement_) onStatement_(this, i, count, steps[i].statement);
+    if (onParse_) onParse_(this, steps[i].parsed.kind, steps[i].statement.text);
     RunStep(steps[i], transaction);
   }
 }
@@ -123,26 +117,36 @@ void TIBScript::RunStep(const Step& step, TIBTransaction& transaction) {
       ran = RunStatement(step, transaction);
       break;
   }
-  if (fStatistics) ++(ran ? fStats.executed : fStats.ignored);
+  if (statistics_) ++(ran ? stats_.executed : stats_.ignored);
 }
 
 bool TIBScript::RunStatement(const Step& step, TIBTransaction& transaction) {
   if (!transaction.InTransaction()) transaction.StartTransaction();
   bool executed = false;
   try {
-    auto command = fDatabase->Connection().DBXConnection().CreateCommand();
+    auto command = database_->Connection().DBXConnection().CreateCommand();
     command->SetText(step.statement.text);
     command->ExecuteUpdate();
     executed = true;
-    if (step.parsed.kind == TIBParseKind::stmtDDL && fAutoDDL) transaction.Commit();
+    if (step.parsed.kind == TIBParseKind::stmtDDL && autoDDL_) transaction.Commit();
     return true;
   } catch (const Exception& e) {
     const std::string error = e.what();
-    if (!executed && dynamic_cast<const EDatabaseError*>(&e) != nullptr && IsSyntaxError(error)) {
+    const auto* failure = dynamic_cast<const EDatabaseError*>(&e);
+    // The server's parser rejected the text ("Token unknown", "Unexpected end of command"...).
+    // Other errors of the statement are execution errors.
+    if (!executed && failure != nullptr && failure->Category() == DatabaseErrorCategory::Syntax) {
       ReportParseError(error, step.statement.text, step.statement.lineIndex);
     }
     bool ignore = false;
-    if (fOnError) fOnError(this, error, step.statement.text, step.statement.lineIndex, ignore);
+    if (onError_) {
+      reportedError_ = failure;
+      struct Forget {  // the exception ends with this handler; so does the pointer
+        const EDatabaseError*& reported;
+        ~Forget() { reported = nullptr; }
+      } const forget{reportedError_};
+      onError_(this, error, step.statement.text, step.statement.lineIndex, ignore);
+    }
     if (!ignore) throw;
     // A failed statement is undone by the server; a failed commit leaves its work pending in
     // the transaction, so that goes too.
@@ -154,10 +158,10 @@ bool TIBScript::RunStatement(const Step& step, TIBTransaction& transaction) {
 void TIBScript::ApplySetting(const TParsedStatement& parsed) {
   switch (parsed.setting) {
     case TScriptSetting::AutoDDL:
-      fAutoDDL = parsed.argument == "ON";
+      autoDDL_ = parsed.argument == "ON";
       break;
     case TScriptSetting::Stats:
-      fStatistics = parsed.argument == "ON";
+      statistics_ = parsed.argument == "ON";
       break;
     case TScriptSetting::SqlDialect:  // checked against the database before the run
     case TScriptSetting::Names:       // the attachment always talks UTF-8

@@ -10,29 +10,29 @@ TIBTransaction::~TIBTransaction() = default;
 
 void TIBTransaction::SetDefaultDatabase(TIBDatabase* database) {
   if (InTransaction()) throw Exception("Transação ativa: o banco de dados não pode ser trocado");
-  fDefaultDatabase = database;
+  defaultDatabase_ = database;
 }
 
-bool TIBTransaction::InTransaction() const { return fHandle != nullptr && fHandle->Active(); }
+bool TIBTransaction::InTransaction() const { return handle_ != nullptr && handle_->Active(); }
 
 void TIBTransaction::StartTransaction() {
   if (InTransaction()) throw Exception("Transação já está ativa");
-  fHandle = Database().Connection().DBXConnection().BeginTransaction();
+  handle_ = Database().Connection().DBXConnection().BeginTransaction();
 }
 
 void TIBTransaction::Commit() {
   if (!InTransaction()) throw Exception("Nenhuma transação ativa");
-  Database().Connection().DBXConnection().CommitFreeAndNil(fHandle);
+  Database().Connection().DBXConnection().CommitFreeAndNil(handle_);
 }
 
 void TIBTransaction::Rollback() {
   if (!InTransaction()) throw Exception("Nenhuma transação ativa");
-  Database().Connection().DBXConnection().RollbackFreeAndNil(fHandle);
+  Database().Connection().DBXConnection().RollbackFreeAndNil(handle_);
 }
 
 TIBDatabase& TIBTransaction::Database() const {
-  if (fDefaultDatabase == nullptr) throw Exception("Transação sem banco de dados");
-  return *fDefaultDatabase;
+  if (defaultDatabase_ == nullptr) throw Exception("Transação sem banco de dados");
+  return *defaultDatabase_;
 }
 
 }  // namespace zo

@@ -1,6 +1,8 @@
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <thread>
+#include <vector>
 
 #include <zo/core/ClassBuilder.h>
 #include <zo/core/Exceptions.h>
@@ -25,11 +27,6 @@ class StatementGenerationTest : public ::testing::Test {
     static std::once_flag once;
     std::call_once(
         once, [] { zo::DefineClass<TSoChave>("Tests", zo::Annotation("SO_CHAVE")).Key("ID"); });
-  }
-  // Runs `body` on a new thread: a fresh metadata cache, whatever earlier tests did to it.
-  template <class F>
-  static void WithFreshCache(F body) {
-    std::thread(body).join();
   }
 };
 
@@ -58,23 +55,54 @@ TEST_F(StatementGenerationTest, InsertAndSelectTemplates) {
   const auto* soChave = GetObjectInfoDB(&TSoChave::StaticType());
   EXPECT_EQ(soChave->SqlInsTpl(), "insert into SO_CHAVE(ID) values(%s)");
   EXPECT_EQ(soChave->SqlSelTpl(), "select ID from SO_CHAVE where ID = %d");
+  // The metadata is the core's metadata too, with the key rules of the server.
+  const zo::TDataObjectInfo& core = *soChave;
+  EXPECT_EQ(core.KeyProperty(), TSoChave::StaticType().KeyProperty());
+  EXPECT_EQ(core.GetKeyName(), "ID");
 }
 
-TEST_F(StatementGenerationTest, SharedCacheEntryFollowsTheLastHost) {
-  WithFreshCache([] {
-    auto* first = GetObjectInfoDB(&TEndereco::StaticType());
-    EXPECT_EQ(first->GetTableName(), "TEndereco") << "no class annotation: the class name";
-    auto* hosted = GetObjectInfoDB(&TEndereco::StaticType(), &TCliente::StaticType(), "END");
-    EXPECT_EQ(hosted, first);
-    EXPECT_EQ(first->GetTableName(), "CLIENTES");
-    EXPECT_EQ(first->HostKeyName(), "ID");
-    EXPECT_EQ(first->SqlInsTpl(),
-              "insert into CLIENTES(ID,END_RUA,END_NUMERO,END_BAIRRO) values(%s)");
-    EXPECT_EQ(first->SqlSelTpl(),
-              "select ID,END_RUA,END_NUMERO,END_BAIRRO,END_OBS from CLIENTES where ID = %d");
-    GetObjectInfoDB(&TEndereco::StaticType());
-    EXPECT_EQ(first->GetTableName(), "CLIENTES") << "asking without a host keeps the host";
-  });
+TEST_F(StatementGenerationTest, EachPlacementOfAClassIsItsOwnEntry) {
+  auto* own = GetObjectInfoDB(&TEndereco::StaticType());
+  EXPECT_EQ(own->GetTableName(), "TEndereco") << "no class annotation: the class name";
+  auto* hosted = GetObjectInfoDB(&TEndereco::StaticType(), &TCliente::StaticType(), "END");
+  EXPECT_EQ(hosted, GetObjectInfoDB(&TEndereco::StaticType(), &TCliente::StaticType(), "END"));
+  EXPECT_EQ(&hosted->Mapping(), &own->Mapping()) << "one mapping per class";
+  EXPECT_EQ(hosted->GetTableName(), "CLIENTES");
+  EXPECT_EQ(hosted->HostKeyName(), "ID");
+  EXPECT_EQ(hosted->SqlInsTpl(), "insert into CLIENTES(ID,END_RUA,END_NUMERO,END_BAIRRO) values(%s)");
+  EXPECT_EQ(hosted->SqlSelTpl(),
+            "select ID,END_RUA,END_NUMERO,END_BAIRRO,END_OBS from CLIENTES where ID = %d");
+  // Asking with a host changes nothing for those who ask without one.
+  EXPECT_EQ(GetObjectInfoDB(&TEndereco::StaticType()), own);
+  EXPECT_EQ(own->GetTableName(), "TEndereco");
+  EXPECT_EQ(own->SqlInsTpl(), "insert into TEndereco(ID,RUA,NUMERO,BAIRRO) values(%s)");
+  EXPECT_EQ(GetObjectInfoDB(&TEndereco::StaticType(), nullptr, "END"), own)
+      << "a prefix without a host is ignored";
+}
+
+TEST_F(StatementGenerationTest, ThreadsAskingForOneClassAtDifferentPlacementsAgree) {
+  // Each thread asks for the same class, half of them hosted, many times over, and checks every
+  // answer at once: none may see another's placement.
+  std::atomic<int> wrong{0};
+  std::vector<std::thread> threads;
+  for (int t = 0; t < 4; ++t) {
+    threads.emplace_back([t, &wrong] {
+      for (int i = 0; i < 2000; ++i) {
+        const bool hostedAsk = (t + i) % 2 == 0;
+        const auto* info =
+            hostedAsk ? GetObjectInfoDB(&TEndereco::StaticType(), &TCliente::StaticType(), "END")
+                      : GetObjectInfoDB(&TEndereco::StaticType());
+        const bool right = hostedAsk ? info->GetTableName() == "CLIENTES" &&
+                                           info->GenerateSelectCode(1).find("END_RUA") !=
+                                               std::string::npos
+                                     : info->GetTableName() == "TEndereco" &&
+                                           info->FieldPrefix().empty();
+        if (!right) ++wrong;
+      }
+    });
+  }
+  for (auto& thread : threads) thread.join();
+  EXPECT_EQ(wrong.load(), 0);
 }
 
 TEST_F(StatementGenerationTest, FieldDeclarations) {
@@ -156,20 +184,18 @@ TEST_F(StatementGenerationTest, UpdateWritesOrdinaryColumnsThenTextBlobChunks) {
 }
 
 TEST_F(StatementGenerationTest, EmbeddedMemberUpdatesUsePrefixAndHostKey) {
-  WithFreshCache([] {
-    const auto* info = GetObjectInfoDB(&TEndereco::StaticType(), &TCliente::StaticType(), "END");
-    const auto& t = TEndereco::StaticType();
-    TEndereco e;
-    e.Codigo = 5;
-    e.Rua = "Rua A";
-    e.Obs = "x";
-    std::vector<std::string> cmds;
-    info->GenerateUpdateCode(e, {t.FindProperty("Rua"), t.FindProperty("Obs")}, cmds);
-    ASSERT_EQ(cmds.size(), 3u);
-    EXPECT_EQ(cmds[0], "update CLIENTES set END_RUA = 'Rua A' where ID = 5");
-    EXPECT_EQ(cmds[1], "update CLIENTES set END_OBS = '' where ID = 5");
-    EXPECT_EQ(cmds[2], "update CLIENTES set END_OBS = END_OBS || x'78' WHERE ID = 5");
-  });
+  const auto* info = GetObjectInfoDB(&TEndereco::StaticType(), &TCliente::StaticType(), "END");
+  const auto& t = TEndereco::StaticType();
+  TEndereco e;
+  e.Codigo = 5;
+  e.Rua = "Rua A";
+  e.Obs = "x";
+  std::vector<std::string> cmds;
+  info->GenerateUpdateCode(e, {t.FindProperty("Rua"), t.FindProperty("Obs")}, cmds);
+  ASSERT_EQ(cmds.size(), 3u);
+  EXPECT_EQ(cmds[0], "update CLIENTES set END_RUA = 'Rua A' where ID = 5");
+  EXPECT_EQ(cmds[1], "update CLIENTES set END_OBS = '' where ID = 5");
+  EXPECT_EQ(cmds[2], "update CLIENTES set END_OBS = END_OBS || x'78' WHERE ID = 5");
 }
 
 TEST_F(StatementGenerationTest, ChangedPropertiesIncludeAReplacedComposition) {

@@ -130,10 +130,32 @@ TEST_F(CatalogTest, ClosedOrNeverOpenedConnectionRaises) {
             "The database connection is not open\r\ndelete from CIDADES...");
 }
 
-TEST(HelpersTest, FailureCodesIdListsAndStreamCopy) {
-  EXPECT_EQ(GetCodeException(Exception("violation of PRIMARY or UNIQUE KEY constraint")), 0);
-  EXPECT_EQ(GetCodeException(Exception("Unique Key violation")), 0);
-  EXPECT_EQ(GetCodeException(Exception("violation of FOREIGN KEY constraint")), -1);
+// 0 for a repeated primary or unique key, as the database reports it; -1 for anything else.
+TEST_F(CatalogTest, FailureCodes) {
+  ExecuteSqlCmd(Conn(), std::vector<std::string>{
+                            "CREATE TABLE K (ID INTEGER NOT NULL PRIMARY KEY, U INTEGER UNIQUE, "
+                            "I INTEGER, R INTEGER REFERENCES K (ID))",
+                            "CREATE UNIQUE INDEX UX_K_I ON K (I)",
+                            "INSERT INTO K VALUES (1, 1, 1, NULL)",
+                        });
+  const auto codeOf = [&](const std::string& sql) {
+    try {
+      ExecuteSqlCmd(Conn(), sql);
+    } catch (const std::exception& e) {
+      return GetCodeException(e);
+    }
+    return 99;
+  };
+  EXPECT_EQ(codeOf("INSERT INTO K VALUES (1, 2, 2, NULL)"), 0);   // primary key
+  EXPECT_EQ(codeOf("INSERT INTO K VALUES (2, 1, 2, NULL)"), 0);   // unique constraint
+  EXPECT_EQ(codeOf("INSERT INTO K VALUES (2, 2, 1, NULL)"), -1);  // a unique index: no key
+  EXPECT_EQ(codeOf("INSERT INTO K VALUES (2, 2, 2, 9)"), -1);     // a foreign key
+  EXPECT_EQ(GetCodeException(Exception("violation of PRIMARY or UNIQUE KEY constraint")), 0)
+      << "an exception that is not the database's is judged by its text";
+  EXPECT_EQ(GetCodeException(Exception("some other failure")), -1);
+}
+
+TEST(HelpersTest, StreamCopy) {
 
   std::vector<uint8_t> bytes(70000);
   for (size_t i = 0; i < bytes.size(); ++i) bytes[i] = static_cast<uint8_t>(i * 7);

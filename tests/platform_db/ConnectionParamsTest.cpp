@@ -77,6 +77,11 @@ TEST(SqlConnectionParams, AttachStringChoosesEmbeddedOrServer) {
     return AttachString(TConnectionParams(std::move(lines)));
   };
   EXPECT_EQ(attach({"Database=CustomersDB/ACME/ZO.FDB"}), "CustomersDB/ACME/ZO.FDB");
+  const TConnectionParams embedded({"Database=CustomersDB/ACME/ZO.FDB"});
+  EXPECT_EQ(AttachString(embedded, "/srv/zo"), "/srv/zo/CustomersDB/ACME/ZO.FDB")
+      << "a relative embedded database opens from the base directory";
+  EXPECT_EQ(AttachString(TConnectionParams({"Database=/abs/ZO.FDB"}), "/srv/zo"), "/abs/ZO.FDB");
+  EXPECT_EQ(AttachString(TConnectionParams({"Database=db1:/x.fdb"}), "/srv/zo"), "db1:/x.fdb");
   EXPECT_EQ(attach({"Database=db1:/srv/zo.fdb"}), "db1:/srv/zo.fdb");
   EXPECT_EQ(attach({"Server=db1/3051", "ServerRoot=/srv/zo", "Database=CustomersDB/ACME/ZO.FDB"}),
             "db1/3051:/srv/zo/CustomersDB/ACME/ZO.FDB");

@@ -26,32 +26,54 @@ std::string ErrorOf(Fn fn) {
   return "(no error)";
 }
 
-TEST_F(SqlLayerTest, FirebirdErrorTextIsCarried) {
+// Firebird's whole text reaches the caller, and its codes tell what kind of failure it was.
+TEST_F(SqlLayerTest, FirebirdErrorsCarryTheirTextAndCategory) {
   Open(conn_);
   Update(conn_, "CREATE TABLE A (ID INTEGER NOT NULL PRIMARY KEY, CODE INTEGER)");
   Update(conn_, "CREATE UNIQUE INDEX UX_A_CODE ON A (CODE)");
   Update(conn_,
          "CREATE TABLE B (ID INTEGER NOT NULL PRIMARY KEY, A_ID INTEGER, "
          "CONSTRAINT FK_B_A FOREIGN KEY (A_ID) REFERENCES A (ID))");
+  Update(conn_, "CREATE SEQUENCE G");
   Update(conn_, "INSERT INTO A VALUES (1, 10)");
+  Update(conn_, "INSERT INTO B VALUES (1, 1)");
 
-  EXPECT_TRUE(Contains(ErrorOf([&] { Update(conn_, "INSERT INTO A VALUES (1, 11)"); }),
-                       "violation of PRIMARY or UNIQUE KEY constraint"));
-  EXPECT_TRUE(Contains(ErrorOf([&] { Update(conn_, "INSERT INTO A VALUES (2, 10)"); }),
-                       "attempt to store duplicate value"));
-  const std::string fk = ErrorOf([&] { Update(conn_, "INSERT INTO B VALUES (1, 99)"); });
-  EXPECT_TRUE(Contains(fk, "violation of FOREIGN KEY constraint \"FK_B_A\" on table \"B\""));
-  EXPECT_TRUE(Contains(fk, "\n-"));  // every line of Firebird's status, not just the first
-  EXPECT_TRUE(
-      Contains(ErrorOf([&] { Update(conn_, "CREATE TABLE A (X INTEGER)"); }), "already exists"));
-  EXPECT_TRUE(
-      Contains(ErrorOf([&] { Query(conn_, "SELEC 1 FROM RDB$DATABASE"); }), "Token unknown"));
-  try {
-    Update(conn_, "INSERT INTO A VALUES (1, 12)");
-    FAIL() << "duplicate key accepted";
-  } catch (const EDatabaseError& e) {
-    EXPECT_NE(e.ErrorCode(), 0);
+  using C = DatabaseErrorCategory;
+  struct Case {
+    const char* sql;
+    const char* text;
+    C category;
+    const char* sqlState;
+  };
+  const Case cases[] = {
+      {"INSERT INTO A VALUES (1, 11)", "violation of PRIMARY or UNIQUE KEY constraint",
+       C::UniqueViolation, "23000"},
+      {"INSERT INTO A VALUES (2, 10)", "attempt to store duplicate value", C::UniqueViolation,
+       "23000"},
+      {"INSERT INTO B VALUES (2, 99)",
+       "violation of FOREIGN KEY constraint \"FK_B_A\" on table \"B\"", C::ForeignKeyViolation,
+       "23000"},
+      {"DELETE FROM A", "violation of FOREIGN KEY constraint", C::ForeignKeyViolation, "23000"},
+      {"CREATE TABLE A (X INTEGER)", "Table A already exists", C::ObjectExists, "42S01"},
+      {"CREATE SEQUENCE G", "Sequence G already exists", C::ObjectExists, "42000"},
+      {"SELECT * FROM MISSING", "Table unknown", C::ObjectMissing, "42S02"},
+      {"SELECT NOPE FROM A", "Column unknown", C::ObjectMissing, "42S22"},
+      {"SELEC 1 FROM RDB$DATABASE", "Token unknown", C::Syntax, "42000"},
+      {"INSERT INTO A VALUES ('x', 1)", "conversion error", C::Other, "22018"},
+  };
+  for (const Case& c : cases) {
+    try {
+      Update(conn_, c.sql);
+      ADD_FAILURE() << c.sql << ": accepted";
+    } catch (const EDatabaseError& e) {
+      EXPECT_TRUE(Contains(e.what(), c.text)) << c.sql;
+      EXPECT_EQ(static_cast<int>(e.Category()), static_cast<int>(c.category)) << c.sql;
+      EXPECT_EQ(e.SqlState(), c.sqlState) << c.sql;
+      EXPECT_NE(e.GdsCode(), 0) << c.sql;
+    }
   }
+  // Every line of Firebird's status, not just the first.
+  EXPECT_TRUE(Contains(ErrorOf([&] { Update(conn_, "DELETE FROM A"); }), "\n-"));
 }
 
 // A statement cut inside a quoted literal: the engine leaves the position unset, so the true

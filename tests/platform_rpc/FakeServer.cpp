@@ -76,19 +76,19 @@ class FakeSession : public IRpcSession {
         return params.contains(name) && params[name].is_number();
       };
       if (!number("a") || !number("b")) {
-        throw InvalidParams("Add needs numbers a and b");
+        throw EInvalidParams("Add needs numbers a and b");
       }
       return params["a"].get<int>() + params["b"].get<int>();
     }
     if (method == "Progress") return Progress(params.at("steps").get<int>(), callback);
-    throw MethodNotFound("Unknown method: " + method);
+    throw EMethodNotFound("Unknown method: " + method);
   }
   std::string Customer() const override { return customer_; }
   std::string User() const override { return user_; }
 
  private:
   json Progress(int steps, TZoCallback* callback) {
-    if (!callback) throw InvalidParams("Progress needs \"Callback\": true");
+    if (!callback) throw EInvalidParams("Progress needs \"Callback\": true");
     try {
       for (int step = 0; step < steps; ++step) {
         if (callback->Execute({{"step", step}}) == true) throw EAbort();

@@ -6,6 +6,7 @@
 
 #include <zo/core/Exceptions.h>
 #include <zo/dbstruct/DBStructClasses.h>
+#include <zo/mapping/ClassSchema.h>
 #include <zo/mapping/ServerClasses.h>
 #include <zo/platform/db/DBXCommand.h>
 #include <zo/platform/db/DBXConnection.h>
@@ -23,11 +24,15 @@ class SchemaGenerationTest : public ::testing::Test {
  protected:
   void SetUp() override { RegisterSchemaTestClasses(); }
 
-  static std::unique_ptr<TDataObjectInfoDB> Info(TDataObjectClass cls) {
-    auto info = std::make_unique<TDataObjectInfoDB>();
-    info->SetModuleName("teste");
-    info->SetClass(cls);
-    return info;
+  // One class's schema in a run of the module "teste".
+  struct ClassInRun {
+    explicit ClassInRun(TDataObjectClass cls) : mapping(cls), schema(mapping, context) {}
+    const TSchemaContext context{.moduleName = "teste"};
+    const TClassMapping mapping;
+    const TClassSchema schema;
+  };
+  static std::unique_ptr<ClassInRun> Info(TDataObjectClass cls) {
+    return std::make_unique<ClassInRun>(cls);
   }
 
   static std::unique_ptr<TModuleStruct> Module(const std::vector<TDataObjectClass>& classes) {
@@ -45,7 +50,8 @@ class SchemaGenerationTest : public ::testing::Test {
 };
 
 TEST_F(SchemaGenerationTest, ObjectDDLNamesThePrefixedTableAndTheUnprefixedKey) {
-  const auto ddl = Info(&TGenPrefixed::StaticType())->GenerateObjectDDL();
+  // Asked of the class's metadata, which runs the schema with the default column types.
+  const auto ddl = TDataObjectInfoDB(&TGenPrefixed::StaticType()).GenerateObjectDDL();
   EXPECT_EQ(ddl->Table(),
             "-- TGenPrefixed\r\nCREATE TABLE XX_PREFIXADA (\r\nID INTEGER NOT NULL,\r\n"
             "REF_ID INTEGER\r\n);");
@@ -55,21 +61,21 @@ TEST_F(SchemaGenerationTest, ObjectDDLNamesThePrefixedTableAndTheUnprefixedKey) 
 
 TEST_F(SchemaGenerationTest, ForeignKeyStatementsAreNumberedByTheirPlaceInTheList) {
   Lines keys{"(an earlier statement)"};
-  Info(&TGenTwoRefs::StaticType())->GenerateForeignKeys("T", keys);
+  Info(&TGenTwoRefs::StaticType())->schema.GenerateForeignKeys("T", keys);
   EXPECT_EQ(
       keys,
       (Lines{"(an earlier statement)",
              "ALTER TABLE T ADD CONSTRAINT FK_T_1 FOREIGN KEY (A_ID) REFERENCES REFS (ID);",
              "ALTER TABLE T ADD CONSTRAINT FK_T_2 FOREIGN KEY (B_ID) REFERENCES REFS (ID);"}));
 
-  EXPECT_EQ(Info(&TGenTwoRefs::StaticType())->GenerateObjectDDL()->ForeignKey(),
+  EXPECT_EQ(Info(&TGenTwoRefs::StaticType())->schema.GenerateObjectDDL()->ForeignKey(),
             "ALTER TABLE T ADD CONSTRAINT FK_T_0 FOREIGN KEY (A_ID) REFERENCES REFS (ID);\r\n"
             "ALTER TABLE T ADD CONSTRAINT FK_T_1 FOREIGN KEY (B_ID) REFERENCES REFS (ID);");
 }
 
 TEST_F(SchemaGenerationTest, ForeignKeyNameKeeps25CharactersOfTheTableName) {
   Lines keys;
-  Info(&TGenLongName::StaticType())->GenerateForeignKeys(kLongTableName, keys);
+  TDataObjectInfoDB(&TGenLongName::StaticType()).GenerateForeignKeys(kLongTableName, keys);
   EXPECT_EQ(keys, Lines{"ALTER TABLE PEDIDOS_DE_VENDA_DO_PERIODO ADD CONSTRAINT "
                         "FK_PEDIDOS_DE_VENDA_DO_PERIO_0 FOREIGN KEY (PAI_ID) REFERENCES "
                         "PEDIDOS_DE_VENDA_DO_PERIODO (ID);"});
@@ -78,16 +84,16 @@ TEST_F(SchemaGenerationTest, ForeignKeyNameKeeps25CharactersOfTheTableName) {
 TEST_F(SchemaGenerationTest, EmbeddedMemberColumnsArePrefixedAndNeverRequired) {
   const auto info = Info(&TGenOnlyEmbedded::StaticType());
   Lines fields;
-  info->GenerateFieldDefs(fields, false, "");
+  info->schema.GenerateFieldDefs(fields, false, "");
   EXPECT_EQ(fields, (Lines{"ID INTEGER NOT NULL,", "END_RUA VARCHAR(80),", "END_NUMERO INTEGER,",
                            "END_CIDADE_ID INTEGER,"}));
   // The member's key is made under the member's table name, which is appended to the name.
   Lines keys;
-  info->GenerateForeignKeys("SO_ENDERECO", keys);
+  info->schema.GenerateForeignKeys("SO_ENDERECO", keys);
   EXPECT_EQ(keys, Lines{"ALTER TABLE SO_ENDERECO ADD CONSTRAINT FK_SO_ENDERECO_0_TGenEndereco "
                         "FOREIGN KEY (END_CIDADE_ID) REFERENCES REFS (ID);"});
 
-  const auto table = info->GenerateDBSTable();
+  const auto table = info->schema.GenerateDBSTable();
   ASSERT_EQ(table->Columns().size(), 4u);
   for (const auto& column : table->Columns()) {
     EXPECT_EQ(column->Required(), column->Name() == "ID") << column->Name();

@@ -82,33 +82,6 @@ TEST_F(ScriptRunner, ParseErrorMessage) {
   EXPECT_FALSE(std::filesystem::exists(kScriptErrorLogFile));  // nothing is logged
 }
 
-TEST_F(ScriptRunner, ScriptErrorHandlerLogsAndDecides) {
-  bool ignore = false;
-  // The log must exist: the runner never creates it.
-  EXPECT_THROW(runner_.OnScriptError(nullptr, "Table X already exists", "", 3, ignore),
-               EInOutError);
-  EXPECT_FALSE(std::filesystem::exists(kScriptErrorLogFile));
-
-  testing::WriteFile(kScriptErrorLogFile, "earlier line\n");
-  runner_.OnScriptError(nullptr, "-Table X already exists", "CREATE TABLE X", 3, ignore);
-  EXPECT_TRUE(ignore);
-  ignore = false;
-  runner_.OnScriptError(nullptr, "attempt to store duplicate value", "INSERT", 4, ignore);
-  EXPECT_TRUE(ignore);
-  try {
-    runner_.OnScriptError(nullptr, "Table X Already Exists", "CREATE TABLE X", 5, ignore);
-    FAIL();
-  } catch (const Exception& e) {
-    EXPECT_STREQ(e.what(), "Table X Already Exists");  // the phrases are case-sensitive
-  }
-  EXPECT_FALSE(ignore);
-  EXPECT_EQ(ReadLines(kScriptErrorLogFile),
-            (std::vector<std::string>{
-                "earlier line", "Erro: -Table X already exists - Linha: 3 - Ignorado: True",
-                "Erro: attempt to store duplicate value - Linha: 4 - Ignorado: True",
-                "Erro: Table X Already Exists - Linha: 5 - Ignorado: False"}));
-}
-
 // The log's lines, each entry starting with "Erro: " (Firebird's texts span lines).
 std::vector<std::string> LogEntries() {
   std::vector<std::string> entries;
@@ -129,6 +102,42 @@ int CountEntries(const std::vector<std::string>& entries, const std::string& phr
     if (e.find(phrase) != std::string::npos && e.ends_with(verdict)) ++n;
   }
   return n;
+}
+
+TEST_F(ScriptRunner, ScriptErrorHandlerLogsAndDecides) {
+  bool ignore = false;
+  // The log must exist: the runner never creates it.
+  EXPECT_THROW(runner_.OnScriptError(nullptr, "Table X already exists", "", 3, ignore),
+               EInOutError);
+  EXPECT_FALSE(std::filesystem::exists(kScriptErrorLogFile));
+
+  CreateDatabase();
+  testing::WriteFile(kScriptErrorLogFile, "earlier line\n");
+  // A phrase is tolerated only as the database's verdict of that kind: a value that merely
+  // contains "already exists" fails to convert, and that stops the run.
+  runner_.getSQLScript() = {
+      "CREATE TABLE X (C INTEGER);", "CREATE UNIQUE INDEX UX ON X (C);",
+      "CREATE TABLE X (D INTEGER);", "INSERT INTO X VALUES (1);",
+      "INSERT INTO X VALUES (1);",   "INSERT INTO X VALUES ('already exists');",
+      "INSERT INTO X VALUES (2);"};
+  std::string stopError;
+  try {
+    runner_.IBScript().ExecuteScript();
+    FAIL() << "the conversion error should stop the run";
+  } catch (const Exception& e) {
+    stopError = e.what();
+  }
+  EXPECT_NE(stopError.find("conversion error from string \"already exists\""), std::string::npos);
+  const auto entries = LogEntries();
+  ASSERT_EQ(entries.size(), 4u);
+  EXPECT_EQ(entries[0], "earlier line");
+  EXPECT_EQ(entries[1].rfind("Erro: unsuccessful metadata update", 0), 0u) << entries[1];
+  EXPECT_NE(entries[1].find("-Table X already exists - Linha: 2 - Ignorado: True"),
+            std::string::npos)
+      << entries[1];
+  EXPECT_EQ(entries[2].rfind("Erro: attempt to store duplicate value", 0), 0u) << entries[2];
+  EXPECT_TRUE(entries[2].ends_with(" - Linha: 4 - Ignorado: True")) << entries[2];
+  EXPECT_EQ(entries[3], "Erro: " + stopError + " - Linha: 5 - Ignorado: False");
 }
 
 TEST_F(ScriptRunner, CreationScriptRunTwiceSkipsSequencesAndStopsAtADuplicateRow) {

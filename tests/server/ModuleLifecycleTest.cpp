@@ -42,7 +42,12 @@ TEST_F(ModuleLifecycleTest, NewCustomerGetsItsConfFromTheDefaultAndKeepsIt) {
       "conn.conf",
       "Database=/nowhere/x.fdb\r\nUser_Name=SYSDBA\r\nPassword=masterkey\r\nSQLDialect=3\r\n");
   CopyDemoDatabase("CustomersDB/ACME/ZO.FDB");
+  EXPECT_EQ(TZoCustomServerModule::GetDBConfigurationFilename("ACME"),
+            "CustomersDB/ACME/conn.conf");
+  EXPECT_FALSE(fs::exists(Root() / "CustomersDB/ACME/conn.conf")) << "naming it writes nothing";
 
+  // Files are found from the application root, wherever the process's current directory is.
+  fs::current_path(fs::temp_directory_path());
   const auto first = MakeModule("ACME");
   EXPECT_EQ(ReadFile("CustomersDB/ACME/conn.conf"),
             "Database=CustomersDB/ACME/ZO.FDB\nUser_Name=SYSDBA\nPassword=masterkey\n"
@@ -132,7 +137,8 @@ TEST_F(ModuleLifecycleTest, SetCurrentDataBaseKeepsOnlyTheFileNameInsideTheCusto
   // A plain name of a file in the customer's directory opens it.
   module->CallMethod("SetCurrentDataBase", {{"DataBaseName", "OUTRO.FDB"}}, nullptr);
   SetDebugOutput(nullptr);
-  EXPECT_EQ(fs::current_path(), Root()) << "back in the application root";
+  EXPECT_EQ(fs::current_path(), elsewhere)
+      << "names are taken from the application root; the current directory is left alone";
   EXPECT_EQ(module->CallMethod("GetCurrentDataBase", json::object(), nullptr),
             "CustomersDB/ACME/OUTRO.FDB");
   EXPECT_EQ(module->CallMethod("GetCount", {{"AClassName", "TCidade"}}, nullptr), 1);

@@ -8,13 +8,11 @@
 
 namespace zo {
 
-// The cached metadata of a class. Asking with a host class re-points the shared entry at that
-// host and field prefix for every later caller of the same class (by design); asking without
-// one leaves the entry as it is. Callers never free the result.
-//
-// The cache is one per thread: modules run on several threads at once, and the entries are
-// mutated by the host/prefix re-pointing, so a shared cache would race. Within a thread the
-// behaviour is exactly that of one process-wide cache.
+// The metadata of a class, built once per class and placement and kept for the life of the
+// process. Without a host class the class is placed in its own table (the prefix is then
+// ignored); with one, the answer addresses the host's table and key with its columns
+// prefixed by `prefix`. All placements of a class share one TClassMapping. The entries are
+// immutable and shared by every thread; callers never free them.
 ZO_EXPORT TDataObjectInfoDB* GetObjectInfoDB(TDataObjectClass cls, TDataObjectClass hostClass = nullptr,
                                    const std::string& prefix = "");
 

@@ -4,23 +4,19 @@
 
 #include <memory>
 #include <string>
-#include <unordered_map>
 #include <vector>
 
 #include <zo/core/DataObjectInfo.h>
 #include <zo/core/Streams.h>
 #include <zo/core/TextResources.h>
+#include <zo/mapping/ClassMapping.h>
+#include <zo/mapping/ClassSchema.h>
 
 namespace zo {
 
 class TDBXConnection;
-class TForeignKeyStruct;
 class TModuleStruct;
 class TTableStruct;
-
-// Foreign keys already generated during one schema run, by constraint name (not owned: the
-// tables of the structure model own them).
-using THashFKs = std::unordered_map<std::string, TForeignKeyStruct*>;
 
 // The DDL text of one class: create statement, primary key, foreign keys.
 class ZO_EXPORT TObjectDDL {
@@ -40,22 +36,51 @@ class ZO_EXPORT TObjectDDL {
   std::string FPrimaryKey;
 };
 
-// The server's metadata of one data class: table, key column, column lists, ready-made insert
-// and select templates, statement and schema generation. Obtain it through GetObjectInfoDB.
+// The server's metadata of one data class at one placement: the core metadata of the class
+// (its base), the class's shared mapping (table, key) seen from where its columns live, the
+// insert and select templates ready-made for that placement, statement generation, and the
+// class's schema with the default column types. Everything is built in the constructor and
+// nothing the library does changes it afterwards, so the instances GetObjectInfoDB hands out
+// are read by any number of threads at once.
 class ZO_EXPORT TDataObjectInfoDB : public TDataObjectInfo {
  public:
-  TDataObjectInfoDB();
+  TDataObjectInfoDB(std::shared_ptr<const TClassMapping> mapping, TPlacement placement);
+  // A private metadata object with a mapping of its own, for work outside the cache.
+  explicit TDataObjectInfoDB(TDataObjectClass cls, TPlacement placement = {});
   ~TDataObjectInfoDB() override;
 
+  // Extracts the base for `cls` and builds the templates at this placement; run by the
+  // constructor through SetClass. (Another class gets a mapping of its own.)
   void ExtractInfo(TDataObjectClass cls) override;
-  // Raises when the class has no key property.
+  // Raises when the class has no key property; an unannotated key is named by its property.
   std::string GetKeyName() const override;
   // With a host class, the host's table (an embedded class lives there); otherwise the class's
   // prefix followed by its table name.
-  std::string GetTableName() const;
+  std::string GetTableName() const { return FMapping->TableNameAt(FPlacement); }
+
+  const TClassMapping& Mapping() const { return *FMapping; }
+  const std::shared_ptr<const TClassMapping>& SharedMapping() const { return FMapping; }
+  const TPlacement& Placement() const { return FPlacement; }
+
+  // Published properties (read only: a shared entry is never re-pointed).
+  bool TableMerged() const { return FMapping->TableMerged(); }
+  TDataObjectClass HostClass() const { return FPlacement.hostClass; }
+  const std::string& FieldPrefix() const { return FPlacement.fieldPrefix; }
+  // The host's key column ("" without a host).
+  const std::string& HostKeyName() const { return FHostKeyName; }
+  const std::string& PKDomain() const { return FSchemaContext.pkDomain; }
+  const std::string& FKDomain() const { return FSchemaContext.fkDomain; }
+  const std::string& EnumDomain() const { return FSchemaContext.enumDomain; }
+  const std::string& ModuleName() const { return FSchemaContext.moduleName; }
+  THashFKs* HashFKs() const { return FSchemaContext.hashFKs; }
+  THandle ModuleHandle() const { return FSchemaContext.moduleHandle; }
+  const std::string& SqlInsTpl() const { return FSqlInsTpl; }
+  const std::string& SqlSelTpl() const { return FSqlSelTpl; }
+
   // The column declaration of one property, e.g. "NOME VARCHAR(60) NOT NULL".
   std::string GetFieldDecl(const TRttiProperty* prop, const std::string& prefix) const;
   std::string GenerateSelectCode(int32_t id) const;
+  // The "TEXT" resource `name` of ModuleHandle ("" when there is none).
   std::string GetDataScriptResource(const std::string& name) const;
 
   // Statement generation.
@@ -72,14 +97,18 @@ class ZO_EXPORT TDataObjectInfoDB : public TDataObjectInfo {
                        std::vector<std::string>& cmds) const;
   std::string GenerateCreateCode(const TBaseDataObject& instance) const;
 
-  // Schema generation from classes.
-  std::unique_ptr<TObjectDDL> GenerateObjectDDL();
+  // Schema generation of this class at this placement, in a run of its own with the default
+  // column types, no module name and no shared foreign keys (TClassSchema does the work; a
+  // run over several classes gives TClassSchema a TSchemaContext of its own).
+  std::unique_ptr<TObjectDDL> GenerateObjectDDL() const;
   void GenerateFieldDefs(std::vector<std::string>& list, bool ignoreKey,
-                         const std::string& fieldPrefix);
-  void GenerateForeignKeys(const std::string& tableName, std::vector<std::string>& list);
-  std::unique_ptr<TTableStruct> GenerateDBSTable();
-  void GenerateColumns(TTableStruct& table, const std::string& prefix);
-  void GenerateDBSForeignKeys(TTableStruct& table, const std::string& prefix);
+                         const std::string& fieldPrefix) const;
+  void GenerateForeignKeys(const std::string& tableName, std::vector<std::string>& list) const;
+  std::unique_ptr<TTableStruct> GenerateDBSTable() const;
+  void GenerateColumns(TTableStruct& table, const std::string& prefix) const;
+  void GenerateDBSForeignKeys(TTableStruct& table, const std::string& prefix) const;
+
+  // Schema generation of a set of classes.
   static std::unique_ptr<TModuleStruct> GenerateDataBaseStruct(
       THandle moduleHandle, const std::string& moduleName,
       const std::vector<TDataObjectClass>& classes);
@@ -90,48 +119,16 @@ class ZO_EXPORT TDataObjectInfoDB : public TDataObjectInfo {
                                const std::vector<TDataObjectClass>& classes, bool flag1,
                                bool flag2);
 
-  // Published properties.
-  void SetTableName(std::string name) { FTableName = std::move(name); }
-  bool TableMerged() const { return FTableMerged; }
-  TDataObjectClass HostClass() const { return FHostClass; }
-  void SetHostClass(TDataObjectClass host) { FHostClass = host; }
-  const std::string& PKDomain() const { return FPKDomain; }
-  void SetPKDomain(std::string s) { FPKDomain = std::move(s); }
-  const std::string& FKDomain() const { return FFKDomain; }
-  void SetFKDomain(std::string s) { FFKDomain = std::move(s); }
-  const std::string& EnumDomain() const { return FEnumDomain; }
-  void SetEnumDomain(std::string s) { FEnumDomain = std::move(s); }
-  const std::string& FieldPrefix() const { return FFieldPrefix; }
-  void SetFieldPrefix(std::string s) { FFieldPrefix = std::move(s); }
-  const std::string& ModuleName() const { return FModuleName; }
-  void SetModuleName(std::string s) { FModuleName = std::move(s); }
-  const std::string& HostKeyName() const { return FHostKeyName; }
-  THashFKs* HashFKs() const { return FHashFKs; }
-  void SetHashFKs(THashFKs* hash) { FHashFKs = hash; }
-  THandle ModuleHandle() const { return FModuleHandle; }
-  void SetModuleHandle(THandle handle) { FModuleHandle = handle; }
-  const std::string& SqlInsTpl() const { return FSqlInsTpl; }
-  const std::string& SqlSelTpl() const { return FSqlSelTpl; }
-
  private:
-  // The metadata of an embedded member, sharing this run's module name, domains and keys.
-  std::unique_ptr<TDataObjectInfoDB> MakeMemberInfo(TDataObjectClass memberClass) const;
+  TClassSchema Schema() const { return TClassSchema(*FMapping, FSchemaContext, FPlacement); }
   std::string UpdateKeyName() const;
-  std::string PrefixedColumn(const TRttiProperty* prop) const;
 
+  std::shared_ptr<const TClassMapping> FMapping;
+  const TPlacement FPlacement;
+  const TSchemaContext FSchemaContext;
+  std::string FHostKeyName;
   std::string FSqlInsTpl;
   std::string FSqlSelTpl;
-  std::string FTableName;
-  std::string FFKDomain;
-  std::string FEnumDomain;
-  std::string FPKDomain;
-  std::string FFieldPrefix;
-  TDataObjectClass FHostClass = nullptr;
-  bool FTableMerged = false;
-  std::string FModuleName;
-  std::string FHostKeyName;
-  THashFKs* FHashFKs = nullptr;
-  THandle FModuleHandle = HInstance;
 };
 
 }  // namespace zo

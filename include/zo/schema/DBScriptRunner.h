@@ -54,9 +54,11 @@ class ZO_EXPORT TSQLScriptRunner : public TObject {
   void parseError(TObject* sender, const std::string& error, const std::string& sqlText,
                   int lineIndex);
   // Appends "Erro: <error> - Linha: <index> - Ignorado: True|False" to ScriptErrorLog.txt,
-  // which must exist (a missing file raises EInOutError). The error is ignored when its text
-  // holds "attempt to store duplicate value" or "already exists"; any other error is raised
-  // again with its text alone.
+  // which must exist (a missing file raises EInOutError). The error is ignored when the
+  // database reported it (the sender is the TIBScript, its ReportedError() says what kind) and
+  // it is a unique violation whose text holds "attempt to store duplicate value", or an
+  // existing object whose text holds "already exists"; any other error is raised again with
+  // its text alone.
   void OnScriptError(TObject* sender, const std::string& error, const std::string& sqlText,
                      int lineIndex, bool& ignore);
 

@@ -14,31 +14,25 @@
 
 #include <zo/core/BaseDataObject.h>
 #include <zo/core/Exceptions.h>
+#include <zo/core/RemoteErrors.h>
 #include <zo/core/Streams.h>
 #include <zo/core/User.h>
 #include <zo/core/WaitScreen.h>
+#include <zo/server/ClassDAORegistry.h>
 #include <zo/server/Components.h>
+#include <zo/server/CustomerFiles.h>
+#include <zo/server/ModuleConnection.h>
+#include <zo/server/ModuleSerializer.h>
 #include <zo/server/Refusals.h>
+#include <zo/server/RemoteMethodTable.h>
 #include <zo/server/UserRoles.h>
 
 namespace zo {
 
 class TGenericDAO;
-class TJSONMarshal;
-class TJSONUnMarshal;
 class TSQLConnection;
 class TZoCallback;
 class TZoCustomServerModule;
-
-// A remote call that names no method of the module, or passes parameters of the wrong kind.
-class ZO_EXPORT EMethodNotFound : public Exception {
- public:
-  using Exception::Exception;
-};
-class ZO_EXPORT EInvalidParams : public Exception {
- public:
-  using Exception::Exception;
-};
 
 // What a client hears when a database cannot be opened or a database name is refused: the
 // engine's own text (file paths, lock files) goes to the log only.
@@ -85,7 +79,9 @@ struct ZO_EXPORT TModuleCreateArgs {
 
 // The object a remote client talks to: one per connected client. It owns the client's
 // connection, its default DAO, the registries that bind data classes to DAOs, the JSON
-// marshallers and the logged-in user, and turns JSON requests into persistence calls.
+// marshallers and the logged-in user, and turns JSON requests into persistence calls. Each of
+// those has a type of its own (TCustomerFiles, TModuleConnection, TClassDAORegistry,
+// TModuleSerializer, TRemoteMethodTable); the module joins them and applies its policy.
 //
 // Construction happens in two steps, because a constructor cannot reach a subclass's virtual
 // functions: the constructor stores the arguments, then AfterConstruction (called by the
@@ -96,7 +92,9 @@ class ZO_EXPORT TZoCustomServerModule : public TComponent {
   explicit TZoCustomServerModule(const TModuleCreateArgs& args);
   ~TZoCustomServerModule() override;
 
-  // Customer directory and connection files.
+  // Customer directory and connection files (TCustomerFiles), named relative to the
+  // application root. Naming a file writes nothing: CreateConnection gives a new customer its
+  // "conn.conf" (TCustomerFiles::WriteConfigurationIfMissing) before reading it.
   static std::string GetCustomerDir(const std::string& customerID);
   static std::string GetDBConfigurationFilename(const std::string& customerID);
   static std::unique_ptr<TSQLConnection> CreateConnection(const std::string& customerID);
@@ -117,7 +115,7 @@ class ZO_EXPORT TZoCustomServerModule : public TComponent {
   // kDatabaseUnavailable, and the module keeps the connection it had.
   void SetCurrentDataBaseRemote(const std::string& dataBaseName);
   std::string GetCurrentDataBase() const;
-  void Release() {}
+  void Release();  // does nothing (server/KeptEmpty.cpp)
   int32_t Insert(const nlohmann::json& jObj, TZoCallback* Callback);
   void Update(const nlohmann::json& jObj, TZoCallback* Callback);
   void Delete(const std::string& AClassName, int32_t id, TZoCallback* Callback);
@@ -171,8 +169,7 @@ class ZO_EXPORT TZoCustomServerModule : public TComponent {
   nlohmann::json CallMethod(const std::string& method, const nlohmann::json& params,
                             TZoCallback* callback);
   // Methods an application adds to its module (they are looked up before the built-in ones).
-  using TRemoteMethod =
-      std::function<nlohmann::json(const nlohmann::json& params, TZoCallback* callback)>;
+  using TRemoteMethod = TRemoteMethodTable::TRemoteMethod;
   void RegisterMethod(const std::string& name, TRemoteMethod method);
 
   // Registries.
@@ -193,15 +190,15 @@ class ZO_EXPORT TZoCustomServerModule : public TComponent {
       const nlohmann::json& jsonArray) const;
   static std::vector<int32_t> UnSerializeIdArray(const nlohmann::json& jsonArray);
 
-  // Logging hooks: deliberately empty; descendants may record the lines.
+  // Logging hooks: deliberately empty (server/KeptEmpty.cpp); descendants may record the lines.
   virtual void AddToDataBaseLog(const std::string& text, TTipoLogger tipo, int32_t erro);
-  virtual void ClearLog() {}
+  virtual void ClearLog();
 
   TOnModuleEvent OnModuleEvent;
-  TSQLConnection* SQLConnection() const { return fSqlConnection; }
+  TSQLConnection* SQLConnection() const { return fConnection.Get(); }
   TUser* User() const { return fUser.get(); }
   TGenericDAO* DefaultDAO() const { return fGenericDAO.get(); }
-  const std::string& CustomerID() const { return fCustomerID; }
+  const std::string& CustomerID() const { return fFiles.CustomerID(); }
   const std::string& Username() const { return fUsername; }
   bool LogActive() const { return fLogActive; }
   bool FailNotifActive() const { return fFailNotifActive; }
@@ -212,8 +209,6 @@ class ZO_EXPORT TZoCustomServerModule : public TComponent {
 
  private:
   void Fire(TModuleEvent event);
-  // The default DAO, then every bound DAO once, in that order.
-  std::vector<TGenericDAO*> DistinctDAOs() const;
   // Forgets `callback` in every DAO that still holds it.
   void DropCallback(const TZoCallback* callback) noexcept;
   nlohmann::json Dispatch(const std::string& method, const nlohmann::json& params,
@@ -238,32 +233,21 @@ class ZO_EXPORT TZoCustomServerModule : public TComponent {
   void CheckRemoteDataBaseName(const std::string& name) const;
   // Reports a refusal with this module's customer, user and `method`.
   void Refused(TRefusalKind kind, const std::string& method, const std::string& detail) const;
-  // The connection owned by the module, kept as a component-independent slot.
-  void ReplaceConnection(std::unique_ptr<TSQLConnection> connection);
 
-  std::map<std::string, TDataObjectClass> fHashClassName;
-  std::map<TDataObjectClass, TGenericDAO*> fHashClassDAO;  // DAOs not owned
+  TClassDAORegistry fRegistry;
   bool fFailNotifActive;
   bool fLogActive;
   int32_t fTerminalKAInterval;
   std::string fCurrentDataBase;
-  std::unique_ptr<TJSONMarshal> fMarshal;
-  std::unique_ptr<TJSONUnMarshal> fUnMarshal;
+  TModuleSerializer fSerializer;
   std::unique_ptr<TGenericDAO> fGenericDAO;
-  std::unique_ptr<TSQLConnection> fOwnedConnection;
-  TSQLConnection* fSqlConnection = nullptr;
-  TZoCustomServerModule* fOwnerModule = nullptr;
+  TModuleConnection fConnection;
   std::unique_ptr<TUser> fUser;
   TUserRole fUserRole = TUserRole::urOrdinary;
-  std::string fCustomerID;
   std::string fUsername;
+  TCustomerFiles fFiles;
   std::string fCustomerPwd;
-  std::map<std::string, TRemoteMethod> fExtraMethods;
+  TRemoteMethodTable fExtraMethods;
 };
-
-// The application root: the directory relative paths ("conn.conf", "CustomersDB/...") are
-// resolved against. Set once at start-up (the server also makes it the current directory).
-ZO_EXPORT void SetApplicationRoot(const std::string& root);
-ZO_EXPORT std::string ApplicationRoot();
 
 }  // namespace zo

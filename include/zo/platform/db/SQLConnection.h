@@ -37,6 +37,11 @@ class ZO_EXPORT TSQLConnection {
   TConnectionParams& Params() { return params_; }
   const TConnectionParams& Params() const { return params_; }
   void LoadParamsFromFile(const std::filesystem::path& path) { params_.LoadFromFile(path); }
+  // The directory a relative `Database` of the embedded engine is opened from, whatever the
+  // process's current directory; empty (the default): the current directory. The parameter
+  // itself keeps the text it was given.
+  const std::string& BaseDirectory() const { return baseDirectory_; }
+  void SetBaseDirectory(std::string directory) { baseDirectory_ = std::move(directory); }
 
   // Attaches (no-op when already open). Throws EDatabaseError with Firebird's text on failure.
   void Open();
@@ -56,6 +61,7 @@ class ZO_EXPORT TSQLConnection {
   std::string driverName_ = "Firebird";
   bool loginPrompt_ = false;
   TConnectionParams params_;
+  std::string baseDirectory_;
   TraceFn trace_;
   TDBXConnection dbx_;
 };

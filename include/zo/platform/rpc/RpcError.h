@@ -13,8 +13,8 @@ namespace zo::rpc {
 namespace codes {
 inline constexpr int kParseError = -32700;      // the message is not JSON
 inline constexpr int kInvalidRequest = -32600;  // JSON, but not a JSON-RPC 2.0 request
-inline constexpr int kMethodNotFound = -32601;  // the session threw MethodNotFound
-inline constexpr int kInvalidParams = -32602;   // params not an object, or InvalidParams
+inline constexpr int kMethodNotFound = -32601;  // the session threw zo::EMethodNotFound
+inline constexpr int kInvalidParams = -32602;   // params not an object, or zo::EInvalidParams
 inline constexpr int kInternalError = -32603;   // an exception that is not a zo::Exception
 inline constexpr int kApplication = -32000;     // a zo::Exception: message for the user
 inline constexpr int kAborted = -32001;         // zo::EAbort; data {"aborted": true}

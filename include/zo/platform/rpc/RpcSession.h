@@ -6,7 +6,7 @@
 
 #include <nlohmann/json_fwd.hpp>
 
-#include <zo/core/Exceptions.h>
+#include <zo/core/RemoteErrors.h>
 #include <zo/dao/ZoCallback.h>
 
 // The seam between the remote-method transport and the application: the transport knows
@@ -25,18 +25,6 @@ struct StatementTrace {
   std::vector<std::string> texts;  // the first statements' texts, when the session keeps them
 };
 
-// Thrown by a session for a method name it does not serve; the client gets JSON-RPC -32601.
-class MethodNotFound : public zo::Exception {
- public:
-  using zo::Exception::Exception;
-};
-
-// Thrown by a session for parameters it cannot use; the client gets JSON-RPC -32602.
-class InvalidParams : public zo::Exception {
- public:
-  using zo::Exception::Exception;
-};
-
 // One connected client's server module. Created on "connect", destroyed when the WebSocket
 // closes or the HTTP session expires; the destructor is the place to roll back whatever is
 // still open. The transport never runs two calls of one session at the same time, and always
@@ -46,7 +34,7 @@ class IRpcSession {
   virtual ~IRpcSession() = default;
   // Runs one method. `callback` is non-null when params carried "Callback": true; it is valid
   // only during this call. Any exception becomes a JSON-RPC error whose message is the
-  // exception's message verbatim.
+  // exception's message verbatim: zo::EMethodNotFound -32601, zo::EInvalidParams -32602.
   virtual nlohmann::json Call(const std::string& method, const nlohmann::json& params,
                               TZoCallback* callback) = 0;
   virtual std::string Customer() const = 0;  // for the access log

@@ -29,16 +29,16 @@ class ZO_EXPORT TIBDatabase : public TObject {
   TIBDatabase();
   ~TIBDatabase() override;
 
-  const std::string& DatabaseName() const { return fDatabaseName; }
+  const std::string& DatabaseName() const { return databaseName_; }
   // Throws zo::Exception while connected: the attachment would no longer match the name.
   void SetDatabaseName(std::string name);
-  int SQLDialect() const { return fSQLDialect; }
-  void SetSQLDialect(int dialect) { fSQLDialect = dialect; }
+  int SQLDialect() const { return sqlDialect_; }
+  void SetSQLDialect(int dialect) { sqlDialect_ = dialect; }
   // There is no interactive login here; the switch is kept for callers that set it.
-  bool LoginPrompt() const { return fLoginPrompt; }
-  void SetLoginPrompt(bool prompt) { fLoginPrompt = prompt; }
-  std::vector<std::string>& Params() { return fParams; }
-  const std::vector<std::string>& Params() const { return fParams; }
+  bool LoginPrompt() const { return loginPrompt_; }
+  void SetLoginPrompt(bool prompt) { loginPrompt_ = prompt; }
+  std::vector<std::string>& Params() { return params_; }
+  const std::vector<std::string>& Params() const { return params_; }
 
   // Creates the database file from the creation clauses (dialect 3 only; default character
   // set ISO8859_1 unless a clause says otherwise) and attaches to it. Fails with Firebird's
@@ -52,7 +52,7 @@ class ZO_EXPORT TIBDatabase : public TObject {
 
   // The transaction scripts use when they are given none. Not owned. Setting a transaction
   // that has no database yet makes this one its database.
-  TIBTransaction* DefaultTransaction() const { return fDefaultTransaction; }
+  TIBTransaction* DefaultTransaction() const { return defaultTransaction_; }
   void SetDefaultTransaction(TIBTransaction* transaction);
 
   // The open attachment; throws zo::Exception when closed.
@@ -61,12 +61,12 @@ class ZO_EXPORT TIBDatabase : public TObject {
  private:
   void Attach();
 
-  std::string fDatabaseName;
-  int fSQLDialect = 3;
-  bool fLoginPrompt = false;
-  std::vector<std::string> fParams;
-  TIBTransaction* fDefaultTransaction = nullptr;
-  std::unique_ptr<TSQLConnection> fConnection;
+  std::string databaseName_;
+  int sqlDialect_ = 3;
+  bool loginPrompt_ = false;
+  std::vector<std::string> params_;
+  TIBTransaction* defaultTransaction_ = nullptr;
+  std::unique_ptr<TSQLConnection> connection_;
 };
 
 }  // namespace zo

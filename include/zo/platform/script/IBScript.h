@@ -14,6 +14,7 @@
 
 namespace zo {
 
+class EDatabaseError;
 class TIBDatabase;
 class TIBTransaction;
 
@@ -61,23 +62,26 @@ class ZO_EXPORT TIBScript : public TObject {
   TIBScript();
   ~TIBScript() override;
 
-  TIBDatabase* Database() const { return fDatabase; }
-  void SetDatabase(TIBDatabase* database) { fDatabase = database; }
-  TIBTransaction* Transaction() const { return fTransaction; }
-  void SetTransaction(TIBTransaction* transaction) { fTransaction = transaction; }
+  TIBDatabase* Database() const { return database_; }
+  void SetDatabase(TIBDatabase* database) { database_ = database; }
+  TIBTransaction* Transaction() const { return transaction_; }
+  void SetTransaction(TIBTransaction* transaction) { transaction_ = transaction; }
 
   // The script's lines; statements carry the index of the line they start on.
-  std::vector<std::string>& Script() { return fScript; }
-  const std::vector<std::string>& Script() const { return fScript; }
+  std::vector<std::string>& Script() { return script_; }
+  const std::vector<std::string>& Script() const { return script_; }
 
-  bool Statistics() const { return fStatistics; }
-  void SetStatistics(bool on) { fStatistics = on; }
-  const TIBScriptStats& Stats() const { return fStats; }
+  bool Statistics() const { return statistics_; }
+  void SetStatistics(bool on) { statistics_ = on; }
+  const TIBScriptStats& Stats() const { return stats_; }
 
-  void SetOnParse(TParseEvent handler) { fOnParse = std::move(handler); }
-  void SetOnParseError(TParseErrorEvent handler) { fOnParseError = std::move(handler); }
-  void SetOnError(TExecuteErrorEvent handler) { fOnError = std::move(handler); }
-  void SetOnStatement(TStatementEvent handler) { fOnStatement = std::move(handler); }
+  void SetOnParse(TParseEvent handler) { onParse_ = std::move(handler); }
+  void SetOnParseError(TParseErrorEvent handler) { onParseError_ = std::move(handler); }
+  void SetOnError(TExecuteErrorEvent handler) { onError_ = std::move(handler); }
+  void SetOnStatement(TStatementEvent handler) { onStatement_ = std::move(handler); }
+  // While OnError runs: the database error being reported (its Category() tells what kind of
+  // failure it was); nullptr when the failure is not the database's, and outside OnError.
+  const EDatabaseError* ReportedError() const { return reportedError_; }
 
   // Splits and classifies the script without running it; reports parse errors as a run
   // would. The database is needed only to check SET SQL DIALECT against its dialect.
@@ -100,17 +104,18 @@ class ZO_EXPORT TIBScript : public TObject {
                                      int lineIndex);
   TIBTransaction& ChooseTransaction();
 
-  TIBDatabase* fDatabase = nullptr;
-  TIBTransaction* fTransaction = nullptr;
-  std::unique_ptr<TIBTransaction> fOwnTransaction;
-  std::vector<std::string> fScript;
-  bool fStatistics = false;
-  bool fAutoDDL = true;  // of the running script: SET AUTODDL changes it until the run ends
-  TIBScriptStats fStats;
-  TParseEvent fOnParse;
-  TParseErrorEvent fOnParseError;
-  TExecuteErrorEvent fOnError;
-  TStatementEvent fOnStatement;
+  TIBDatabase* database_ = nullptr;
+  TIBTransaction* transaction_ = nullptr;
+  std::unique_ptr<TIBTransaction> ownTransaction_;
+  std::vector<std::string> script_;
+  bool statistics_ = false;
+  bool autoDDL_ = true;  // of the running script: SET AUTODDL changes it until the run ends
+  TIBScriptStats stats_;
+  const EDatabaseError* reportedError_ = nullptr;  // not owned: the exception being handled
+  TParseEvent onParse_;
+  TParseErrorEvent onParseError_;
+  TExecuteErrorEvent onError_;
+  TStatementEvent onStatement_;
 };
 
 }  // namespace zo

@@ -16,10 +16,10 @@ class TIBDatabase;
 class ZO_EXPORT TIBTransaction : public TObject {
  public:
   explicit TIBTransaction(TIBDatabase* defaultDatabase = nullptr)
-      : fDefaultDatabase(defaultDatabase) {}
+      : defaultDatabase_(defaultDatabase) {}
   ~TIBTransaction() override;
 
-  TIBDatabase* DefaultDatabase() const { return fDefaultDatabase; }
+  TIBDatabase* DefaultDatabase() const { return defaultDatabase_; }
   // Throws zo::Exception while the transaction is active.
   void SetDefaultDatabase(TIBDatabase* database);
 
@@ -34,8 +34,8 @@ class ZO_EXPORT TIBTransaction : public TObject {
  private:
   TIBDatabase& Database() const;
 
-  TIBDatabase* fDefaultDatabase;
-  std::unique_ptr<TDBXTransaction> fHandle;
+  TIBDatabase* defaultDatabase_;
+  std::unique_ptr<TDBXTransaction> handle_;
 };
 
 }  // namespace zo
