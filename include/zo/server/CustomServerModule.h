@@ -81,7 +81,8 @@ struct ZO_EXPORT TModuleCreateArgs {
 // connection, its default DAO, the registries that bind data classes to DAOs, the JSON
 // marshallers and the logged-in user, and turns JSON requests into persistence calls. Each of
 // those has a type of its own (TCustomerFiles, TModuleConnection, TClassDAORegistry,
-// TModuleSerializer, TRemoteMethodTable); the module joins them and applies its policy.
+// TModuleSerializer, TRemoteMethodTable, and the built-in methods' dispatch table); the
+// module joins them and applies its policy.
 //
 // Construction happens in two steps, because a constructor cannot reach a subclass's virtual
 // functions: the constructor stores the arguments, then AfterConstruction (called by the
@@ -211,6 +212,8 @@ class ZO_EXPORT TZoCustomServerModule : public TComponent {
   void Fire(TModuleEvent event);
   // Forgets `callback` in every DAO that still holds it.
   void DropCallback(const TZoCallback* callback) noexcept;
+  // An application's method named `method`, else the built-in one (server/RemoteDispatch.h),
+  // else EMethodNotFound.
   nlohmann::json Dispatch(const std::string& method, const nlohmann::json& params,
                           TZoCallback* callback);
   // Opens `target` (a path from the application root) and, only once it is open, makes it the
