@@ -356,6 +356,7 @@ TEST(OpsEndpoints, HealthTellsWhetherACustomerDatabaseOpensAndOtherPathsAreShort
   const auto health = nlohmann::json::parse(broken.body);
   EXPECT_EQ(health.value("live", false), true);
   EXPECT_EQ(health.value("ready", true), false);
+  EXPECT_EQ(health.value("status", ""), "unavailable");
   EXPECT_EQ(broken.body.find('/'), std::string::npos) << broken.body;
 }
 

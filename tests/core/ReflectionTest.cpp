@@ -157,6 +157,7 @@ TEST_F(LiteralsTest, DatesRoundTripThroughIsoText) {
   EXPECT_EQ(zo::TDate::FromYMD(1900, 1, 1).value, 2);
   EXPECT_DOUBLE_EQ(zo::dates::ParseIso("1900-01-01T12:00:00"), 2.5);
   EXPECT_THROW(zo::dates::ParseIso("2024-13-01"), zo::Exception);
+  EXPECT_THROW(zo::dates::ParseIso("2024-01-01T24:00:00"), zo::Exception);
   EXPECT_THROW(zo::dates::ParseIso("ontem"), zo::Exception);
 }
 

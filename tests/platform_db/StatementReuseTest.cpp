@@ -6,6 +6,7 @@
 
 #include <zo/core/Exceptions.h>
 #include "platform/db/LiteralLifting.h"
+#include "platform/db/StatementCache.h"
 #include "tests/platform_db/DbTestSupport.h"
 
 namespace zo::testing {
@@ -47,6 +48,21 @@ class StatementReuseTest : public SqlLayerTest {
   }
   TSQLConnection plain_;
 };
+
+TEST(StatementCacheTest, KeepsAtMostItsCapacityAndDropsTheLeastRecentlyUsed) {
+  db::StatementCache cache(2);
+  bool found = false;
+  cache.Give("a", {});
+  cache.Give("b", {});
+  cache.Take("a", found);  // "a" is used again: "b" becomes the oldest
+  cache.Give("a", {});
+  cache.Give("c", {});
+  EXPECT_EQ(cache.Size(), 2u);
+  cache.Take("b", found);
+  EXPECT_FALSE(found);
+  cache.Take("a", found);
+  EXPECT_TRUE(found);
+}
 
 TEST(LiteralLifting, LiftsOnlyValuesItIsSureOf) {
   struct Case {

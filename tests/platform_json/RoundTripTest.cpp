@@ -174,6 +174,8 @@ TEST_F(JsonErrorTest, FieldValuesOfTheWrongType) {
        "Campo \"Numero\" da classe \"TPedido\": esperado número inteiro, veio número"},
       {"int32 range", R"({"type":"TPedido","fields":{"Numero":3000000000}})",
        "Campo \"Numero\" da classe \"TPedido\": o valor 3000000000 não cabe em Integer"},
+      {"int32 range below", R"({"type":"TPedido","fields":{"Numero":-3000000000}})",
+       "o valor -3000000000 não cabe em Integer"},
       {"int64 range", R"({"type":"TCidade","fields":{"CodigoIBGE":18446744073709551615}})",
        "não cabe em Int64"},
       {"float", R"({"type":"TProduto","fields":{"Preco":"1,50"}})", "esperado número, veio texto"},

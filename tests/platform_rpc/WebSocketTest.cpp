@@ -55,7 +55,8 @@ TEST(WebSocketTest, MalformedMessagesGetStandardErrorsAndTheSocketStaysUsable) {
   json reply = errorOf("{\"jsonrpc\": \"2.0\", \"id\": 1, ");
   EXPECT_EQ(reply["error"]["code"], codes::kParseError);
   EXPECT_TRUE(reply["id"].is_null());
-  EXPECT_EQ(errorOf("[1, 2]")["error"]["code"], codes::kInvalidRequest);
+  EXPECT_EQ(errorOf("[1, 2]")["error"],
+            json({{"code", codes::kInvalidRequest}, {"message", "Batch requests are not supported"}}));
   reply = errorOf(R"({"id": 8, "method": "Echo"})");  // no "jsonrpc"
   EXPECT_EQ(reply["error"]["code"], codes::kInvalidRequest);
   EXPECT_EQ(reply["id"], 8);

@@ -67,6 +67,7 @@ TEST(RemoteConditionTest, AttacksAreRefusedNamingTheToken) {
       {"Codigo = 1 or 1 = 1", "1"},
       {"Codigo\t=\t1", "Codigo\\x09=\\x091"},
       {"Nome = 'a\nb'", "'a\\x0Ab'"},
+      {"Nome = 'a\x1f' or Codigo = 1", "'a\\x1F'"},
       {std::string("Nome = 'a\0b'", 12), "'a\\x00b'"},
       {"Codigo = (select max(ID) from USUARIOS)", "(select"},
       {"Codigo in (select ID from USUARIOS)", "in"},
