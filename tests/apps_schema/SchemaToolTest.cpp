@@ -160,8 +160,8 @@ TEST(SchemaTool, ChangedClassesMigrateWithDiffAndApply) {
   const auto run = [&](std::vector<std::string> args) { return RunChangedSchema(args, dir); };
   const auto diff = run({"diff", "--db", "ZO.FDB"});
   ASSERT_EQ(diff.exitCode, 0) << diff.err;
-  EXPECT_TRUE(Contains(diff.out, "CREATE TABLE FORNECEDORES")) << diff.out;
-  EXPECT_TRUE(Contains(diff.out, "DDD")) << diff.out;
+  EXPECT_TRUE(Contains(diff.out, "CREATE TABLE FORNECEDORES_INTERNACIONAIS")) << diff.out;
+  EXPECT_TRUE(Contains(diff.out, "ALTER TABLE CIDADES ADD POPULACAO INTEGER;")) << diff.out;
   EXPECT_FALSE(Contains(diff.out, "SENHA_HASH"));
   WriteFile((dir / "migration.sql").string(), diff.out);
 
@@ -174,8 +174,9 @@ TEST(SchemaTool, ChangedClassesMigrateWithDiffAndApply) {
   EXPECT_EQ(after.exitCode, 0) << after.err;
   EXPECT_EQ(after.out, "");
   auto connection = database.Connect();
-  ExecuteSql(*connection, "insert into FORNECEDORES (ID, NOME, CIDADE_ID) values (1, 'F', null)");
-  ExecuteSql(*connection, "update CIDADES set DDD = '081'");
+  ExecuteSql(*connection,
+             "insert into FORNECEDORES_INTERNACIONAIS (ID, NOME, CIDADE_ID) values (1, 'F', null)");
+  ExecuteSql(*connection, "update CIDADES set POPULACAO = 1");
 }
 
 // A database made before its unique columns had constraints: the migration adds the missing

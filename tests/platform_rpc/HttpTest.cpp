@@ -65,12 +65,6 @@ TEST(HttpTest, SessionFailuresAndMalformedBodiesAreJsonRpcErrors) {
   EXPECT_EQ(lost.Post("{}").status, 404);
 }
 
-TEST(HttpTest, ACallbackOverHttpDropsTheCommandsAndCarriesOn) {
-  TestServer server;
-  auto client = server.HttpClient();
-  EXPECT_EQ(client->Call("Progress", {{"steps", 3}, {"Callback", true}}), 3);
-}
-
 TEST(HttpTest, AnIdleSessionExpiresAndAnActiveOneDoesNot) {
   RpcServerOptions options;
   options.httpSessionIdle = 150ms;

@@ -26,14 +26,6 @@ void WriteFile(const std::string& path, const std::string& content) {
   std::ofstream(path, std::ios::binary) << content;
 }
 
-std::vector<std::string> ToLines(const std::string& script) {
-  std::vector<std::string> lines = text::Split(script, '\n');
-  for (auto& line : lines) {
-    if (!line.empty() && line.back() == '\r') line.pop_back();
-  }
-  return lines;
-}
-
 std::string QueryString(TSQLConnection& connection, const std::string& sql) {
   auto command = connection.DBXConnection().CreateCommand();
   command->SetText(sql);
