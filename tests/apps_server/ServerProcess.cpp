@@ -30,12 +30,7 @@ class FileActions {
   explicit FileActions(const ChildStreams& streams) {
     posix_spawn_file_actions_init(&actions_);
     Redirect(STDIN_FILENO, streams.input, O_RDONLY);
-    if (streams.outputFd >= 0) {
-      posix_spawn_file_actions_adddup2(&actions_, streams.outputFd, STDOUT_FILENO);
-      posix_spawn_file_actions_addclose(&actions_, streams.outputFd);
-    } else {
-      Redirect(STDOUT_FILENO, streams.output, O_WRONLY | O_CREAT | O_TRUNC);
-    }
+    Redirect(STDOUT_FILENO, streams.output, O_WRONLY | O_CREAT | O_TRUNC);
     Redirect(STDERR_FILENO, streams.errors, O_WRONLY | O_CREAT | O_TRUNC);
     if (!streams.cwd.empty()) {
       posix_spawn_file_actions_addchdir_np(&actions_, streams.cwd.c_str());

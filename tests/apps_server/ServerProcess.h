@@ -19,7 +19,6 @@ struct ChildStreams {
   std::filesystem::path input{};
   std::filesystem::path output{};
   std::filesystem::path errors{};
-  int outputFd = -1;  // when set, stdout goes to this descriptor instead of `output`
 };
 
 // A child process that never outlives its guard: the destructor kills and reaps it if it is
