@@ -48,9 +48,7 @@ TEST(SchemaTool, CommandLineHelpAndExitCodes) {
   };
   usage({"frobnicate"}, "unknown command: frobnicate");
   usage({"create"}, "missing option --db");
-  usage({"create", "--db"}, "--db: 1 required TEXT missing");
   usage({"create", "--db", "x.fdb", "--force"}, "not expected: --force");
-  usage({"create", "--db=x.fdb", "--db=y.fdb"}, "--db: At Most 1 required but received 2");
   usage({"apply", "--db", "x.fdb"}, "missing argument SCRIPT");
   usage({"script", "extra"}, "unexpected argument: extra");
   usage({"customer", "remove", "X"}, "unknown subcommand: customer remove");

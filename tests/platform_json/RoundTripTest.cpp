@@ -141,7 +141,6 @@ TEST_F(JsonErrorTest, DocumentsThatAreNotDataObjects) {
       {"huge number", R"({"type": "TCidade", "fields": {"Nome": 1e999}})", "JSON inválido: "},
       {"array", "[1, 2]", "JSON de objeto esperado, veio lista"},
       {"no type", R"({"fields": {}})", "sem o nome da classe em \"type\""},
-      {"type not text", R"({"type": 3})", "sem o nome da classe em \"type\""},
       {"unknown type", R"({"type": "DemoClasses.TNada"})",
        "Classe desconhecida no JSON: \"DemoClasses.TNada\""},
       {"unknown key", R"({"type": "TCidade", "campos": {}})",
@@ -175,11 +174,8 @@ TEST_F(JsonErrorTest, FieldValuesOfTheWrongType) {
        "Campo \"Unidade\" da classe \"TProduto\": esperado um caractere, veio \"kg\""},
       {"date", R"({"type":"TPedido","fields":{"DataEntrega":"2024-13-45"}})",
        "Campo \"DataEntrega\" da classe \"TPedido\": data inválida \"2024-13-45\""},
-      {"date kind", R"({"type":"TPedido","fields":{"Data":true}})", "esperado data"},
       {"base64", R"({"type":"TProduto","fields":{"Imagem":"TWFu!!"}})",
        "Campo \"Imagem\" da classe \"TProduto\": base64 inválido"},
-      {"stream kind", R"({"type":"TProduto","fields":{"Imagem":[1,2]}})",
-       "esperado texto base64, veio lista"},
       {"nested field names the nested class",
        R"({"type":"TPedido","fields":{"Cliente":{"type":"TCliente","fields":{
            "Cidade":{"type":"TCidade","fields":{"UF":null}}}}}})",
@@ -203,8 +199,6 @@ TEST_F(JsonErrorTest, HeldObjectsAndListItemsOfTheWrongClass) {
        R"({"type":"TPedido","fields":{"Cliente":{"type":"TUserObject"}}})",
        "Campo \"Cliente\" da classe \"TPedido\": esperado objeto da classe \"TCliente\", "
        "veio \"ZoCore.TUserObject\""},
-      {"held object as number", R"({"type":"TPedido","fields":{"Cliente":12}})",
-       "esperado objeto da classe \"TCliente\", veio número"},
   };
   for (const auto& c : cases) ExpectError(c);
 }
