@@ -17,6 +17,7 @@
 #include "examples/demo/DemoClasses.h"
 #include <zo/persistence/ZoServerUtils.h>
 #include "tests/support/DemoDatabase.h"
+#include "tests/support/MessageOf.h"
 #include "tests/support/RecordingCallback.h"
 
 namespace zo::testing {
@@ -79,14 +80,5 @@ class DaoTest : public ::testing::Test {
   RecordingCallback callback_;
 };
 
-// The message of the zo::Exception that `action` raises ("(no exception)" when none).
-inline std::string MessageOf(const std::function<void()>& action) {
-  try {
-    action();
-  } catch (const Exception& e) {
-    return e.what();
-  }
-  return "(no exception)";
-}
 
 }  // namespace zo::testing

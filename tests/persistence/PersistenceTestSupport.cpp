@@ -49,14 +49,6 @@ void RegisterTestClasses() {
   });
 }
 
-std::string MessageOf(const std::function<void()>& action) {
-  try {
-    action();
-  } catch (const Exception& e) {
-    return e.what();
-  }
-  return "(no exception)";
-}
 
 namespace {
 

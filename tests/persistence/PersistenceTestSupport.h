@@ -20,6 +20,7 @@
 #include "examples/demo/DemoClasses.h"
 #include <zo/persistence/ZoServerUtils.h>
 #include "tests/support/DemoDatabase.h"
+#include "tests/support/MessageOf.h"
 
 namespace zo::testing {
 
@@ -104,7 +105,5 @@ class PersistenceTest : public ::testing::Test {
   std::vector<std::string> trace_;
 };
 
-// The message of the zo::Exception that `action` raises ("(no exception)" when none).
-std::string MessageOf(const std::function<void()>& action);
 
 }  // namespace zo::testing

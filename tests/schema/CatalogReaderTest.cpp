@@ -4,9 +4,7 @@
 
 #include "examples/demo/DemoClasses.h"
 #include <zo/mapping/ServerClasses.h>
-#include <zo/platform/db/DBXCommand.h>
 #include <zo/platform/db/DBXConnection.h>
-#include <zo/platform/db/DBXReader.h>
 #include <zo/platform/db/SQLConnection.h>
 #include <zo/schema/CatalogReader.h>
 #include <zo/schema/DBManager.h>
@@ -19,6 +17,7 @@ namespace zo {
 namespace {
 
 using testing::MigrationScript;
+using testing::QueryString;
 using testing::RunScript;
 
 std::unique_ptr<TModuleStruct> DemoModel() {
@@ -224,14 +223,6 @@ std::unique_ptr<TModuleStruct> Model(const std::vector<TDataObjectClass>& classe
   return TDataObjectInfoDB::GenerateDataBaseStruct(HInstance, demo::kDemoModuleName, classes);
 }
 
-std::string Text(TSQLConnection& conn, const std::string& sql) {
-  auto command = conn.DBXConnection().CreateCommand();
-  command->SetText(sql);
-  auto reader = command->ExecuteQuery();
-  if (!reader->Next()) return "(no row)";
-  return reader->IsNull(0) ? "(null)" : reader->GetString(0);
-}
-
 TEST(MigrationTest, AnEmptyDatabaseGetsTheWholeSchema) {
   testing::TempDir dir;
   const std::string path = dir.File("new.fdb");
@@ -292,8 +283,9 @@ TEST(MigrationTest, ChangedClassesBringThePopulatedDatabaseAlong) {
   const TTableStruct& cidades = *read->FindTable("CIDADES");
   EXPECT_EQ(cidades.FindColumn("UF")->Size(), 2);  // never shortened
   // The rows are still there; the new columns are empty.
-  EXPECT_EQ(Text(*conn, "SELECT NOME || '/' || UF FROM CIDADES WHERE ID = 1"), "Campinas/SP");
-  EXPECT_EQ(Text(*conn, "SELECT ORIGEM_ID FROM PRODUTOS WHERE ID = 1"), "(null)");
+  EXPECT_EQ(QueryString(*conn, "SELECT NOME || '/' || UF FROM CIDADES WHERE ID = 1"),
+            "Campinas/SP");
+  EXPECT_EQ(QueryString(*conn, "SELECT ORIGEM_ID IS NULL FROM PRODUTOS WHERE ID = 1"), "True");
 }
 
 }  // namespace

@@ -39,10 +39,6 @@ class InTempDirTest : public ::testing::Test {
 std::vector<std::string> ReadLines(const std::string& path);
 void WriteFile(const std::string& path, const std::string& content);
 
-// Single values and row counts through the SQL layer.
-std::string QueryString(TSQLConnection& connection, const std::string& sql);
-int QueryInt(TSQLConnection& connection, const std::string& sql);
-void ExecuteSql(TSQLConnection& connection, const std::string& sql);
 // Tables made by users (not Firebird's own).
 int UserTableCount(TSQLConnection& connection);
 

@@ -134,7 +134,7 @@ TEST_F(RemoteMethodsTest, InsertKeepsTheCallbackWhenNoneIsGivenAndUpdateNeedsOne
   EXPECT_TRUE(spy.updateSaw.empty());
   EXPECT_EQ(spy.CallBack(), nullptr);
   EXPECT_EQ(
-      Scalar(*module->SQLConnection(), "select NOME from CIDADES where ID = " + std::to_string(id)),
+      QueryString(*module->SQLConnection(), "select NOME from CIDADES where ID = " + std::to_string(id)),
       "Natal");
   EXPECT_EQ(module->events, std::vector<TModuleEvent>{meUPDATE});
   EXPECT_EQ(module->log,
@@ -236,7 +236,7 @@ TEST_F(RemoteMethodsTest, FailedWritesLogAndReraiseAndAFailedReadAnswersNull) {
 
   // Delete: the line has no room for the message.
   const int32_t recife = InsertCidade("Recife", "PE");
-  Exec(*module->SQLConnection(),
+  ExecuteSql(*module->SQLConnection(),
        fmt::format("insert into CLIENTES(ID, NOME, CIDADE_ID) values(1, 'Ana', {})", recife));
   module->log.clear();
   module->events.clear();

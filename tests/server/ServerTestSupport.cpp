@@ -69,20 +69,6 @@ std::unique_ptr<TRecordingModule> ModuleTest::MakeModule(const std::string& cust
   return std::unique_ptr<TRecordingModule>(static_cast<TRecordingModule*>(module.release()));
 }
 
-void Exec(TSQLConnection& connection, const std::string& sql) {
-  auto cmd = connection.DBXConnection().CreateCommand();
-  cmd->SetText(sql);
-  cmd->ExecuteUpdate();
-}
-
-std::string Scalar(TSQLConnection& connection, const std::string& sql) {
-  auto cmd = connection.DBXConnection().CreateCommand();
-  cmd->SetText(sql);
-  auto reader = cmd->ExecuteQuery();
-  if (!reader->Next() || reader->IsNull(0)) return {};
-  return reader->GetString(0);
-}
-
 nlohmann::json ObjectJson(const std::string& type, nlohmann::json fields) {
   return {{"type", type}, {"fields", std::move(fields)}};
 }
