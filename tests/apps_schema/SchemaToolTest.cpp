@@ -5,10 +5,10 @@
 #include <filesystem>
 #include <fstream>
 
-#include "examples/demo/DemoClasses.h"
 #include <zo/platform/db/SQLConnection.h>
 #include <zo/server/CustomServerModule.h>
 #include <zo/server/UserPasswords.h>
+#include "examples/demo/DemoClasses.h"
 
 #include "tests/apps_schema/ToolRunner.h"
 #include "tests/script/ScriptTestSupport.h"
@@ -230,8 +230,7 @@ std::set<std::string> Entries(const fs::path& dir) {
 // checked against the hash in the customer's database (as zo-server's authenticator does),
 // then the module of that customer and user opens the database and finds the user.
 void ExpectServerAccepts(const fs::path& root, const std::string& customer,
-                         const std::string& login, const std::string& password,
-                         bool admin = true) {
+                         const std::string& login, const std::string& password, bool admin = true) {
   demo::RegisterDemoClasses();
   const CurrentDirectory inRoot(root);
   {

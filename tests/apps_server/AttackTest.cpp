@@ -184,7 +184,8 @@ TEST_F(ServerAttacks, UnknownMethodsAndWrongArgumentTypesAreRefusedBeforeAnythin
     EXPECT_EQ(std::string(error.what()), "Método desconhecido: " + method);
   }
   const auto blob = [](const json& stream) {
-    return json{{"AClassName", "TProduto"}, {"id", 1}, {"APropertyName", "Imagem"}, {"AStream", stream}};
+    return json{
+        {"AClassName", "TProduto"}, {"id", 1}, {"APropertyName", "Imagem"}, {"AStream", stream}};
   };
   const struct {
     std::string method;

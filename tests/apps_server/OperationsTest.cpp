@@ -57,8 +57,8 @@ TEST(ServerStartStop, RefusesToStartWithoutARootConfigurationOrWithBadOptions) {
   for (const auto& config : configs) {
     std::ofstream(root.Path() / "zo.conf") << config.text;
     EXPECT_EQ(run({"--config", (root.Path() / "zo.conf").string()}), 1) << config.text;
-    EXPECT_NE(ReadText(root.Path() / "err").find("zo-server: " + (root.Path() / "zo.conf").string() +
-                                                  " " + config.message),
+    EXPECT_NE(ReadText(root.Path() / "err")
+                  .find("zo-server: " + (root.Path() / "zo.conf").string() + " " + config.message),
               std::string::npos)
         << ReadText(root.Path() / "err");
   }
@@ -90,13 +90,17 @@ TEST(ServerStartStop, SigtermRightAfterTheAnnouncementStopsCleanly) {
 // statements.
 
 TEST(ServerLog, JsonLinesRecordEachCallAndTheStatementsOfSlowOnes) {
-  Deployment deployment({.customers = {kAcme}, .seedAcme = true,
+  Deployment deployment({.customers = {kAcme},
+                         .seedAcme = true,
                          .serverArgs = {"--log-format", "json", "--slow-ms", "1"}});
   auto client = deployment.ConnectWs(kAcme);
   client->Call("DeleteArray", {{"AClassName", "TCidade"}, {"jArray", CityBatchIds(0)}});
-  EXPECT_EQ(ErrorOf([&] { client->Call("Get", {{"AClassName", "TNada"}, {"id", 1}}); }).Code(),
+  EXPECT_EQ(ErrorOf([&] {
+              client->Call("Get", {{"AClassName", "TNada"}, {"id", 1}});
+            }).Code(),
             -32000);
-  ASSERT_TRUE(deployment.Server().WaitForLog(R"("method":"Get")", 10s)) << deployment.Server().Log();
+  ASSERT_TRUE(deployment.Server().WaitForLog(R"("method":"Get")", 10s))
+      << deployment.Server().Log();
 
   std::istringstream lines(deployment.Server().Log());
   json call, slow, failed;
@@ -141,11 +145,11 @@ TEST(ServerTls, ServesTrustingClientsOnlyAndPingsSilentOnesAway) {
   const TempDir certs;
   ASSERT_NO_FATAL_FAILURE(MakeCertificate(certs.Path()));
   const fs::path cert = certs.Path() / "cert.pem";
-  Deployment live({.customers = {kAcme},
-                   .seedAcme = false,
-                   .serverArgs = {"--tls-cert", cert.string(), "--tls-key",
-                                  (certs.Path() / "key.pem").string(), "--ping-timeout", "2",
-                                  "--log-level", "debug"}});
+  Deployment live(
+      {.customers = {kAcme},
+       .seedAcme = false,
+       .serverArgs = {"--tls-cert", cert.string(), "--tls-key", (certs.Path() / "key.pem").string(),
+                      "--ping-timeout", "2", "--log-level", "debug"}});
   EXPECT_NE(live.Server().Output().find("listening on wss://"), std::string::npos);
 
   auto options = ClientOptions();
@@ -192,9 +196,9 @@ TEST(ServiceUnit, SystemdAnalyzeVerifiesItWithoutAWarning) {
 
   const TempDir dir;
   std::ofstream(dir.Path() / "zo-server.service") << unit;
-  const int code = RunTool("/usr/bin/systemd-analyze",
-                           {"verify", (dir.Path() / "zo-server.service").string()},
-                           {dir.Path(), {}, dir.Path() / "out", dir.Path() / "err"}, 60s);
+  const int code =
+      RunTool("/usr/bin/systemd-analyze", {"verify", (dir.Path() / "zo-server.service").string()},
+              {dir.Path(), {}, dir.Path() / "out", dir.Path() / "err"}, 60s);
   const std::string report = ReadText(dir.Path() / "out") + ReadText(dir.Path() / "err");
   EXPECT_EQ(code, 0) << report;
   EXPECT_EQ(report, "") << "systemd ignores what it warns about";
@@ -219,8 +223,8 @@ HttpAnswer Get(std::uint16_t port, const std::string& target) {
   boost::beast::flat_buffer buffer;
   http::response<http::string_body> response;
   http::read(socket, buffer, response);
-  return {static_cast<int>(response.result_int()),
-          std::string(response[http::field::content_type]), response.body()};
+  return {static_cast<int>(response.result_int()), std::string(response[http::field::content_type]),
+          response.body()};
 }
 
 // Every sample of a scrape by its full name with labels, e.g.
@@ -254,9 +258,10 @@ TEST(OpsEndpoints, MetricsCountTheCallsAndTheClientsThatMadeThem) {
   }
   EXPECT_EQ(ErrorOf([&] { ws->Call("NoSuchMethod"); }).Code(), -32601);
   auto intruder = deployment.OpenHttp();
-  EXPECT_EQ(ErrorOf([&] { intruder->Connect({{"customer", "ACME"}, {"user", "ana"},
-                                             {"password", "senha-errada-123"}}); })
-                .Code(),
+  EXPECT_EQ(ErrorOf([&] {
+              intruder->Connect(
+                  {{"customer", "ACME"}, {"user", "ana"}, {"password", "senha-errada-123"}});
+            }).Code(),
             -32000);
 
   const auto after = Scrape(port);

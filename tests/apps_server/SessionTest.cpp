@@ -1,5 +1,6 @@
 // Tenants and session lifetimes: each customer reaches only its own database, every method
-// works over both transports, and a session that ends (idle HTTP token, closed socket) takes its module and database connection with it.
+// works over both transports, and a session that ends (idle HTTP token, closed socket) takes its
+// module and database connection with it.
 
 #include <gtest/gtest.h>
 
@@ -52,7 +53,9 @@ TEST_F(ServerTenants, EachCustomerSeesOnlyItsOwnDatabase) {
 TEST_F(ServerTenants, EveryWriteAndAnActionWorkOverBothTransports) {
   for (const std::string transport : {"ws", "http"}) {
     const auto remote = ConnectRemote(Live(), transport, kAcme);
-    const auto get = [&](int id) { return remote->Call("Get", {{"AClassName", "TCidade"}, {"id", id}}); };
+    const auto get = [&](int id) {
+      return remote->Call("Get", {{"AClassName", "TCidade"}, {"id", id}});
+    };
     const std::string nome = "Recife-" + transport;
     const int id = remote->Call("Insert", {{"jObj", City(nome)}});
     json city = get(id);
@@ -70,11 +73,16 @@ TEST_F(ServerTenants, EveryWriteAndAnActionWorkOverBothTransports) {
 
     EXPECT_TRUE(remote->Call("RecalcularTotais", {{"Callback", true}}).is_number());
     const auto& commands = remote->Commands();  // HTTP has no way back
-    EXPECT_EQ(transport == "ws", std::any_of(commands.begin(), commands.end(), [](const json& c) {
-                return ShortType(c) == "TWaitScreenCommandTitle" &&
-                       c["fields"]["Text"] == "Recalculando totais dos pedidos";
-              })) << json(commands);
-    EXPECT_STREQ(ErrorOf([&] { remote->Call("GetRecords", {{"ProviderName", "dspNada"}}); }).what(),
+    EXPECT_EQ(transport == "ws", std::any_of(commands.begin(), commands.end(),
+                                             [](const json& c) {
+                                               return ShortType(c) == "TWaitScreenCommandTitle" &&
+                                                      c["fields"]["Text"] ==
+                                                          "Recalculando totais dos pedidos";
+                                             }))
+        << json(commands);
+    EXPECT_STREQ(ErrorOf([&] {
+                   remote->Call("GetRecords", {{"ProviderName", "dspNada"}});
+                 }).what(),
                  "Provedor não encontrado: dspNada");
     EXPECT_TRUE(remote->Call("Release").is_null());
   }

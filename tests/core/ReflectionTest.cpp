@@ -1,9 +1,9 @@
 #include <gtest/gtest.h>
 
-#include "examples/demo/DemoClasses.h"
 #include <zo/core/DataObjectInfo.h>
 #include <zo/core/Dates.h>
 #include <zo/core/Exceptions.h>
+#include "examples/demo/DemoClasses.h"
 
 namespace {
 

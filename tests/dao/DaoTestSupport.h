@@ -14,8 +14,8 @@
 #include <vector>
 
 #include <zo/core/Exceptions.h>
-#include "examples/demo/DemoClasses.h"
 #include <zo/persistence/ZoServerUtils.h>
+#include "examples/demo/DemoClasses.h"
 #include "tests/support/DemoDatabase.h"
 #include "tests/support/MessageOf.h"
 #include "tests/support/RecordingCallback.h"
@@ -79,6 +79,5 @@ class DaoTest : public ::testing::Test {
   std::vector<std::string> trace_;
   RecordingCallback callback_;
 };
-
 
 }  // namespace zo::testing

@@ -49,7 +49,6 @@ void RegisterTestClasses() {
   });
 }
 
-
 namespace {
 
 const char* const kTestTables[] = {

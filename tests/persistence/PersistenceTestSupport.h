@@ -105,5 +105,4 @@ class PersistenceTest : public ::testing::Test {
   std::vector<std::string> trace_;
 };
 
-
 }  // namespace zo::testing

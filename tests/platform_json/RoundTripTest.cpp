@@ -4,12 +4,12 @@
 
 #include <nlohmann/json.hpp>
 
-#include "examples/demo/DemoClasses.h"
-#include "platform/json/JsonHelpers.h"
 #include <zo/core/Exceptions.h>
 #include <zo/core/Streams.h>
 #include <zo/platform/json/JSONMarshal.h>
 #include <zo/platform/json/JSONUnMarshal.h>
+#include "examples/demo/DemoClasses.h"
+#include "platform/json/JsonHelpers.h"
 
 #include "tests/platform_json/JsonTestData.h"
 
@@ -49,9 +49,9 @@ class JsonRoundTripTest : public ::testing::Test {
 TEST_F(JsonRoundTripTest, DemoObjectsComeBackWhole) {
   auto pedidoVip = MakePedido();
   pedidoVip->Cliente = MakeClienteVIP();
-  const std::unique_ptr<zo::TBaseDataObject> originals[] = {
-      MakePedido(), MakeProduto(40000), MakeCategoriaTree(), MakeClienteVIP(),
-      std::move(pedidoVip)};
+  const std::unique_ptr<zo::TBaseDataObject> originals[] = {MakePedido(), MakeProduto(40000),
+                                                            MakeCategoriaTree(), MakeClienteVIP(),
+                                                            std::move(pedidoVip)};
   for (const auto& original : originals) {
     const auto back = RoundTrip(*original);
     ASSERT_EQ(back->ClassType(), original->ClassType());
@@ -107,7 +107,6 @@ TEST_F(JsonRoundTripTest, HelpersMapNullBothWaysAndUseFreshMarshallers) {
   ExpectSameObject(*cidade, *back);
   EXPECT_EQ(zo::DataObjectToJSON(cidade.get()), json);  // numbering starts again per call
 }
-
 
 struct Case {
   const char* what;

@@ -4,8 +4,8 @@
 #include <regex>
 #include <string>
 
-#include "FakeServer.h"
 #include <zo/platform/rpc/RpcError.h>
+#include "FakeServer.h"
 
 namespace zo::rpc::testing {
 namespace {

@@ -5,8 +5,8 @@
 #include <string>
 #include <vector>
 
-#include "FakeServer.h"
 #include <zo/platform/rpc/RpcError.h>
+#include "FakeServer.h"
 
 namespace zo::rpc::testing {
 namespace {
@@ -46,8 +46,8 @@ TEST(WebSocketTest, MalformedMessagesGetStandardErrorsAndTheSocketStaysUsable) {
   json reply = errorOf("{\"jsonrpc\": \"2.0\", \"id\": 1, ");
   EXPECT_EQ(reply["error"]["code"], codes::kParseError);
   EXPECT_TRUE(reply["id"].is_null());
-  EXPECT_EQ(errorOf("[1, 2]")["error"],
-            json({{"code", codes::kInvalidRequest}, {"message", "Batch requests are not supported"}}));
+  EXPECT_EQ(errorOf("[1, 2]")["error"], json({{"code", codes::kInvalidRequest},
+                                              {"message", "Batch requests are not supported"}}));
   reply = errorOf(R"({"id": 8, "method": "Echo"})");  // no "jsonrpc"
   EXPECT_EQ(reply["error"]["code"], codes::kInvalidRequest);
   EXPECT_EQ(reply["id"], 8);

@@ -2,12 +2,12 @@
 
 #include <gtest/gtest.h>
 
-#include "examples/demo/DemoClasses.h"
 #include <zo/mapping/ServerClasses.h>
 #include <zo/platform/db/DBXConnection.h>
 #include <zo/platform/db/SQLConnection.h>
 #include <zo/schema/CatalogReader.h>
 #include <zo/schema/DBManager.h>
+#include "examples/demo/DemoClasses.h"
 
 #include "tests/schema/MigrationSupport.h"
 #include "tests/schema/SchemaTestClasses.h"

@@ -45,7 +45,7 @@ class AuthorizationTest : public ModuleTest {
     EnsurePasswordColumn(setup->DBXConnection());
     EnsureRoleColumn(setup->DBXConnection());
     ExecuteSql(*setup,
-         "insert into USUARIOS(ID, LOGIN, NOME, PAPEL) values(1, 'chefe', 'Chefe', 'admin')");
+               "insert into USUARIOS(ID, LOGIN, NOME, PAPEL) values(1, 'chefe', 'Chefe', 'admin')");
     ExecuteSql(*setup, "insert into USUARIOS(ID, LOGIN, NOME) values(2, 'ana', 'Ana')");
     ExecuteSql(*setup, "alter sequence GEN_USUARIOS restart with 10");
     admin = MakeModule("", "chefe");
@@ -55,8 +55,8 @@ class AuthorizationTest : public ModuleTest {
   // Login:role of every user, to see that refused calls changed nothing.
   std::string Users() {
     return QueryString(*admin->SQLConnection(),
-                  "select list(ID || ':' || LOGIN || ':' || coalesce(PAPEL, ''), ',') from "
-                  "(select * from USUARIOS order by ID)");
+                       "select list(ID || ':' || LOGIN || ':' || coalesce(PAPEL, ''), ',') from "
+                       "(select * from USUARIOS order by ID)");
   }
   // The message of a call ("" when it succeeds).
   std::string Outcome(TRecordingModule& module, const std::string& method, const json& params) {
@@ -150,7 +150,8 @@ TEST_F(AuthorizationTest, KeysStampsAndAuthorsAreTheServers) {
       {{"jObj", ObjectJson("DemoClasses.TCidade", {{"Codigo", 999}, {"Nome", "X"}, {"UF", "PE"}})}},
       nullptr);
   EXPECT_NE(id, 999);
-  EXPECT_EQ(QueryString(*user->SQLConnection(), "select count(*) from CIDADES where ID = 999"), "0");
+  EXPECT_EQ(QueryString(*user->SQLConnection(), "select count(*) from CIDADES where ID = 999"),
+            "0");
   // Nor do the keys of list items: a stored item of another record is never taken over.
   const auto categoria = [](const std::string& nome, json filhas) {
     return ObjectJson("DemoClasses.TCategoria", {{"Nome", nome}, {"Filhas", std::move(filhas)}});
@@ -163,16 +164,16 @@ TEST_F(AuthorizationTest, KeysStampsAndAuthorsAreTheServers) {
   roubo["fields"]["Filhas"].push_back(
       ObjectJson("DemoClasses.TCategoria", {{"Codigo", std::stoi(filha)}, {"Nome", "Roubada"}}));
   user->CallMethod("Insert", {{"jObj", roubo}}, nullptr);
-  EXPECT_EQ(
-      QueryString(*user->SQLConnection(), "select PAI_ID || NOME from CATEGORIAS where ID = " + filha),
-      std::to_string(mae) + "Filha");
+  EXPECT_EQ(QueryString(*user->SQLConnection(),
+                        "select PAI_ID || NOME from CATEGORIAS where ID = " + filha),
+            std::to_string(mae) + "Filha");
 
   const json cliente = ObjectJson("DemoClasses.TCliente", {{"Nome", "Bia"}, {"Email", "b@x"}});
   const int clienteId = user->CallMethod("Insert", {{"jObj", cliente}}, nullptr);
   const auto stored = [&] {
     return QueryString(*user->SQLConnection(),
-                  "select USUARIO_ID || ' ' || DATAHORA_INC from CLIENTES where ID = " +
-                      std::to_string(clienteId));
+                       "select USUARIO_ID || ' ' || DATAHORA_INC from CLIENTES where ID = " +
+                           std::to_string(clienteId));
   };
   const std::string original = stored();
   json forged = user->CallMethod("Get", {{"AClassName", "TCliente"}, {"id", clienteId}}, nullptr);
@@ -182,7 +183,7 @@ TEST_F(AuthorizationTest, KeysStampsAndAuthorsAreTheServers) {
   user->CallMethod("Update", {{"jObj", forged}}, &callback);
   EXPECT_EQ(stored(), original);
   EXPECT_EQ(QueryString(*user->SQLConnection(),
-                   "select NOME from CLIENTES where ID = " + std::to_string(clienteId)),
+                        "select NOME from CLIENTES where ID = " + std::to_string(clienteId)),
             "Bia Lima");
 }
 

@@ -69,7 +69,8 @@ TEST_F(DemoModuleTest, RecalcularTotaisFixesWrongTotalsAndCanBeCancelled) {
   ExecuteSql(Sql(), fmt::format(fmt::runtime(item), 2, 1, 1, 5.5));
   ExecuteSql(Sql(), fmt::format(fmt::runtime(item), 3, 2, 1, 7));
   const auto total = [&](int id) {
-    return std::stod(QueryString(Sql(), fmt::format("select TOTAL from PEDIDOS where ID = {}", id)));
+    return std::stod(
+        QueryString(Sql(), fmt::format("select TOTAL from PEDIDOS where ID = {}", id)));
   };
 
   RecordingCallback cancelling;

@@ -32,7 +32,8 @@ TEST_F(ModuleLifecycleTest, EmptyCustomerUsesTheDefaultConfAsItStands) {
   EXPECT_EQ(module->clearLogCalls, 1);
   EXPECT_EQ(module->events, std::vector<TModuleEvent>{meCONNECT});
   EXPECT_EQ(module->GetDAO("TUser"), module->DefaultDAO());
-  ExecuteSql(*module->SQLConnection(), "insert into CIDADES(ID, NOME, UF) values(1, 'Recife', 'PE')");
+  ExecuteSql(*module->SQLConnection(),
+             "insert into CIDADES(ID, NOME, UF) values(1, 'Recife', 'PE')");
   const json rows = module->CallMethod("GetRecords", {{"ProviderName", "dspCidades"}}, nullptr);
   EXPECT_EQ(rows, json::parse(R"([{"ID":"1","NOME":"Recife","UF":"PE"}])"));
 }
@@ -90,7 +91,7 @@ TEST_F(ModuleLifecycleTest, LoginFindsTheUserOrLeavesItNil) {
     EXPECT_EQ(module->User(), nullptr);
     EXPECT_EQ(module->DefaultDAO()->User(), nullptr);
     ExecuteSql(*module->SQLConnection(),
-         "insert into USUARIOS(ID, LOGIN, NOME) values(7, 'ana', 'Ana Souza')");
+               "insert into USUARIOS(ID, LOGIN, NOME) values(7, 'ana', 'Ana Souza')");
   }
   const auto module = MakeModule("", "ana");
   ASSERT_NE(module->User(), nullptr);

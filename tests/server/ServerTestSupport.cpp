@@ -3,10 +3,10 @@
 #include <fstream>
 #include <sstream>
 
-#include "examples/demo/DemoClasses.h"
 #include <zo/platform/db/DBXCommand.h>
 #include <zo/platform/db/DBXConnection.h>
 #include <zo/platform/db/DBXReader.h>
+#include "examples/demo/DemoClasses.h"
 
 namespace zo::testing {
 namespace fs = std::filesystem;

@@ -14,8 +14,8 @@
 
 #include <nlohmann/json.hpp>
 
-#include "examples/demo/DemoModule.h"
 #include <zo/server/ZoServer.h>
+#include "examples/demo/DemoModule.h"
 #include "tests/support/DemoDatabase.h"
 #include "tests/support/MessageOf.h"
 

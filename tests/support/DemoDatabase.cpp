@@ -5,13 +5,13 @@
 
 #include <zo/core/Text.h>
 #include <zo/dbstruct/DBStructClasses.h>
-#include "examples/demo/DemoClasses.h"
 #include <zo/mapping/ServerClasses.h>
-#include "platform/db/CreateDatabase.h"
 #include <zo/platform/db/DBXCommand.h>
 #include <zo/platform/db/DBXConnection.h>
 #include <zo/platform/db/DBXReader.h>
 #include <zo/platform/script/ScriptParser.h>
+#include "examples/demo/DemoClasses.h"
+#include "platform/db/CreateDatabase.h"
 
 namespace zo::testing {
 namespace {

@@ -11,7 +11,6 @@
 #include <stdexcept>
 #include <thread>
 
-
 namespace zo::testing {
 namespace {
 
