@@ -7,7 +7,6 @@
 
 #include <fmt/format.h>
 
-#include <functional>
 #include <memory>
 #include <string>
 #include <utility>

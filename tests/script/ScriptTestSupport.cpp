@@ -1,7 +1,6 @@
 #include "tests/script/ScriptTestSupport.h"
 
 #include <fstream>
-#include <sstream>
 
 #include "tests/support/DemoDatabase.h"
 
