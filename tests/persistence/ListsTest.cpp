@@ -1,6 +1,9 @@
-// Aggregated lists: written with their references, synchronised on update, loaded, deleted
-// before their owner; nested-set trees.
+// Aggregated lists: written with their references, synchronised on update, loaded (with their
+// items' members and lists), deleted before their owner; nested-set trees.
 #include <zo/core/Exceptions.h>
+#include <zo/platform/json/JSONMarshal.h>
+
+#include <nlohmann/json.hpp>
 #include "tests/persistence/PersistenceTestSupport.h"
 
 namespace zo::testing {
@@ -57,6 +60,99 @@ TEST_F(ListsTest, ChildrenAreInsertedWithTheirReferenceAndReadBack) {
   // Loading a list again appends: there is no identity map.
   LoadAggregatedList(Conn(), *read, TPedido::StaticType().FindProperty("Itens"));
   EXPECT_EQ(read->Itens.Count(), 6u);
+}
+
+// A stop of a route as stored: its identifier, its city (0: none), its street and the weights
+// of its volumes, inserted in this order.
+struct TStopRow {
+  int32_t id;
+  int32_t cidade;
+  std::string rua;
+  std::vector<double> pesos;
+};
+
+TEST_F(ListsTest, ListItemsAreReadWithOneStatementPerListKeepingOrderAndNesting) {
+  const int32_t recife = InsertCidade("Recife", "PE");
+  const int32_t natal = InsertCidade("Natal", "RN");
+  const struct {
+    const char* name;
+    std::vector<TStopRow> stops;
+    size_t statements;  // the route, its stops, their cities, one per stop for its volumes
+  } cases[] = {
+      {"no stops", {}, 2},
+      {"one stop", {{7, recife, "Rua A", {1.5}}}, 4},
+      // Not in the identifiers' order; two stops share a city, one has none.
+      {"many stops",
+       {{30, recife, "Rua B", {}}, {10, 0, "", {2, 3, 1}}, {20, natal, "Rua C", {4}},
+        {40, recife, "Rua D", {5}}},
+       7},
+  };
+  int32_t rotaId = 0;
+  int32_t volumeId = 0;
+  const TJSONMarshal marshal;
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.name);
+    ExecuteSqlCmd(Conn(), fmt::format("INSERT INTO ROTAS (ID, NOME) VALUES ({}, '{}')", ++rotaId,
+                                      c.name));
+    for (const auto& stop : c.stops) {
+      ExecuteSqlCmd(Conn(), fmt::format("INSERT INTO PARADAS (ID, ROTA_ID, CIDADE_ID, END_RUA, "
+                                        "END_NUMERO, END_OBS) VALUES ({}, {}, {}, '{}', {}, "
+                                        "'obs {}')",
+                                        stop.id, rotaId,
+                                        stop.cidade ? std::to_string(stop.cidade) : "NULL",
+                                        stop.rua, stop.id, stop.id));
+      for (const double peso : stop.pesos) {
+        ExecuteSqlCmd(Conn(), fmt::format("INSERT INTO VOLUMES (ID, PARADA_ID, PESO) VALUES "
+                                          "({}, {}, {})",
+                                          ++volumeId, stop.id, peso));
+      }
+    }
+    TakeTrace();
+    const auto rota = Get<TRota>(rotaId);
+    EXPECT_EQ(TakeTrace().size(), c.statements);
+
+    ASSERT_EQ(rota->Paradas.Count(), c.stops.size());
+    for (size_t i = 0; i < c.stops.size(); ++i) {
+      const TStopRow& stop = c.stops[i];
+      const TParada& parada = *rota->Paradas[i];
+      EXPECT_EQ(parada.Codigo, stop.id) << "the database's order";
+      EXPECT_EQ(parada.GetParent(), rota.get());
+      EXPECT_EQ(parada.Rota, rotaId);
+      ASSERT_NE(parada.Endereco, nullptr);
+      EXPECT_EQ(parada.Endereco->Codigo, stop.id);
+      EXPECT_EQ(parada.Endereco->Rua, stop.rua);
+      EXPECT_EQ(parada.Endereco->Numero, stop.id);
+      EXPECT_EQ(parada.Endereco->Obs, fmt::format("obs {}", stop.id));
+      EXPECT_EQ(parada.Cidade != nullptr, stop.cidade != 0);
+      if (parada.Cidade) {
+        EXPECT_EQ(parada.Cidade->Codigo, stop.cidade);
+        EXPECT_EQ(parada.Cidade->GetParent(), &parada);
+      }
+      std::vector<double> pesos;
+      for (size_t v = 0; v < parada.Volumes.Count(); ++v) {
+        pesos.push_back(parada.Volumes[v]->Peso);
+        EXPECT_EQ(parada.Volumes[v]->GetParent(), &parada);
+      }
+      EXPECT_EQ(pesos, stop.pesos);
+      // The same object as one read on its own, by its identifier.
+      EXPECT_EQ(marshal.Marshal(parada),
+                marshal.Marshal(*GetDataObject(Conn(), stop.id, &TParada::StaticType())));
+    }
+  }
+
+  // A stop whose city is missing fails as a read of the stop on its own does.
+  ExecuteSqlCmd(Conn(), std::vector<std::string>{
+                            "INSERT INTO ROTAS (ID) VALUES (9)",
+                            fmt::format("INSERT INTO PARADAS (ID, ROTA_ID, CIDADE_ID) VALUES "
+                                        "(90, 9, {})",
+                                        natal),
+                            "INSERT INTO PARADAS (ID, ROTA_ID, CIDADE_ID) VALUES (91, 9, 123)",
+                        });
+  const std::string missing =
+      "Erro ao atribuir valor na propriedade \"Cidade\" da classe \"TParada\".\r\n"
+      "Objeto inexistente no repositório. ID: 123. Classe: TCidade";
+  EXPECT_EQ(MessageOf([&] { GetDataObject(Conn(), 91, &TParada::StaticType()); }), missing);
+  EXPECT_EQ(MessageOf([&] { GetDataObject(Conn(), 9, &TRota::StaticType()); }), missing);
 }
 
 TEST_F(ListsTest, UpdateSynchronisesTheList) {
