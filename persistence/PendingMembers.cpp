@@ -47,8 +47,9 @@ void ReadMembersFromRow(TDBXConnection& connection, TDBXReader& row, TDataObject
 void ReadChunk(TDBXConnection& connection, TDataObjectInfoDB& info, const TRowRead& read,
                const std::vector<int32_t>& ids, std::unordered_map<int32_t, TWanted>& byId) {
   const std::string key = info.GetKeyName();
-  const std::string sql = fmt::sprintf("select %s from %s where %s in (%s)", read.columns,
-                                       info.GetTableName(), key, fmt::format("{}", fmt::join(ids, ",")));
+  const std::string sql =
+      fmt::sprintf("select %s from %s where %s in (%s)", read.columns, info.GetTableName(), key,
+                   fmt::format("{}", fmt::join(ids, ",")));
   std::unique_ptr<TZoReader> reader;
   try {
     reader = GetReader(connection, sql);

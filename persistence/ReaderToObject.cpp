@@ -7,9 +7,9 @@
 #include <zo/core/Attributes.h>
 #include <zo/core/Exceptions.h>
 #include <zo/core/Text.h>
+#include <zo/mapping/ObjectInfoCache.h>
 #include <zo/persistence/Reading.h>
 #include <zo/platform/db/DataTypes.h>
-#include <zo/mapping/ObjectInfoCache.h>
 #include "persistence/RowReading.h"
 
 namespace zo {
@@ -145,8 +145,7 @@ struct TRowContext {
 };
 
 void ReadProperty(TDBXConnection& connection, TDBXReader& reader, const TRowShape& shape,
-                  const TRowContext& context, const TRttiProperty* prop,
-                  TBaseDataObject& object) {
+                  const TRowContext& context, const TRttiProperty* prop, TBaseDataObject& object) {
   const TPropertySkill skill = GetAttribSkill(prop);
   if (!prop->IsWritable() || skill == TPropertySkill::psBinaryBlob) return;
   // Lists have no column (the second pass loads them); bitmaps are never selected.

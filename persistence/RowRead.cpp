@@ -10,8 +10,7 @@ namespace {
 
 // The metadata a hosted member is read with, when its columns are in the row of `info`: the
 // same table under the same key. Otherwise (a host elsewhere) nullptr.
-const TDataObjectInfoDB* HostedInSameRow(const TDataObjectInfoDB& info,
-                                         const TRttiProperty* prop) {
+const TDataObjectInfoDB* HostedInSameRow(const TDataObjectInfoDB& info, const TRttiProperty* prop) {
   const TDataObjectClass host = info.HostClass() ? info.HostClass() : GetHostClass(prop);
   if (host == nullptr || prop->PropertyClass() == nullptr) return nullptr;
   const TDataObjectInfoDB* hosted =

@@ -83,7 +83,9 @@ TEST_F(ListsTest, ListItemsAreReadWithOneStatementPerListKeepingOrderAndNesting)
       {"one stop", {{7, recife, "Rua A", {1.5}}}, 4},
       // Not in the identifiers' order; two stops share a city, one has none.
       {"many stops",
-       {{30, recife, "Rua B", {}}, {10, 0, "", {2, 3, 1}}, {20, natal, "Rua C", {4}},
+       {{30, recife, "Rua B", {}},
+        {10, 0, "", {2, 3, 1}},
+        {20, natal, "Rua C", {4}},
         {40, recife, "Rua D", {5}}},
        7},
   };
@@ -92,15 +94,15 @@ TEST_F(ListsTest, ListItemsAreReadWithOneStatementPerListKeepingOrderAndNesting)
   const TJSONMarshal marshal;
   for (const auto& c : cases) {
     SCOPED_TRACE(c.name);
-    ExecuteSqlCmd(Conn(), fmt::format("INSERT INTO ROTAS (ID, NOME) VALUES ({}, '{}')", ++rotaId,
-                                      c.name));
+    ExecuteSqlCmd(Conn(),
+                  fmt::format("INSERT INTO ROTAS (ID, NOME) VALUES ({}, '{}')", ++rotaId, c.name));
     for (const auto& stop : c.stops) {
-      ExecuteSqlCmd(Conn(), fmt::format("INSERT INTO PARADAS (ID, ROTA_ID, CIDADE_ID, END_RUA, "
-                                        "END_NUMERO, END_OBS) VALUES ({}, {}, {}, '{}', {}, "
-                                        "'obs {}')",
-                                        stop.id, rotaId,
-                                        stop.cidade ? std::to_string(stop.cidade) : "NULL",
-                                        stop.rua, stop.id, stop.id));
+      ExecuteSqlCmd(Conn(),
+                    fmt::format("INSERT INTO PARADAS (ID, ROTA_ID, CIDADE_ID, END_RUA, "
+                                "END_NUMERO, END_OBS) VALUES ({}, {}, {}, '{}', {}, "
+                                "'obs {}')",
+                                stop.id, rotaId, stop.cidade ? std::to_string(stop.cidade) : "NULL",
+                                stop.rua, stop.id, stop.id));
       for (const double peso : stop.pesos) {
         ExecuteSqlCmd(Conn(), fmt::format("INSERT INTO VOLUMES (ID, PARADA_ID, PESO) VALUES "
                                           "({}, {}, {})",
