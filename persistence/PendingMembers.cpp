@@ -1,5 +1,5 @@
-// Composed members that several objects read together refer to: one statement per class, with
-// the identifiers in an IN list, instead of one statement per member.
+// Composed members that several objects read together refer to: one statement per class and
+// level, with the identifiers in an IN list, instead of one statement per member.
 #include <fmt/format.h>
 #include <fmt/printf.h>
 
@@ -23,99 +23,156 @@ void Store(const TPendingMember& wanted, std::unique_ptr<TBaseDataObject> member
   wanted.property->SetObject(*wanted.owner, std::move(member));
 }
 
-using TWanted = std::vector<const TPendingMember*>;
+// A member that could not be read: its entry, and the message its own read would have raised.
+// The caller of the level above adds its own "Erro ao atribuir valor" around it, so the message
+// nests as reading member by member nests it.
+struct TMemberFailure {
+  size_t entry;
+  std::string cause;
+};
 
-// Reads one member for every entry that names the row: the row is read once and copied into a
-// fresh instance per entry, as separate reads would give.
-void ReadMembersFromRow(TDBXConnection& connection, TDBXReader& row, TDataObjectInfoDB& info,
-                        const TRowRead& read, int32_t id, const TWanted& wanted) {
-  for (const TPendingMember* entry : wanted) {
-    try {
-      auto member = entry->property->PropertyClass()->Create();
-      ReadRowInto(connection, row, info, *member, read.hostedInRow, nullptr);
-      LoadLists(connection, info, *member, true);
-      member->SetCodigo(id);
-      Store(*entry, std::move(member));
-    } catch (const std::exception& e) {
-      throw Exception(AssignmentError(entry->property, *entry->owner, e.what()));
+using TEntries = std::vector<size_t>;  // indices into one level's pending members
+
+class TLevelReader {
+ public:
+  TLevelReader(TDBXConnection& connection, const std::vector<TPendingMember>& pending)
+      : FConnection(connection), FPending(pending) {}
+
+  // Throws TMemberFailure.
+  void Run() {
+    std::vector<TDataObjectClass> classes;
+    std::map<TDataObjectClass, TEntries> byClass;
+    for (size_t i = 0; i < FPending.size(); ++i) {
+      const TDataObjectClass cls = FPending[i].property->PropertyClass();
+      if (byClass[cls].empty()) classes.push_back(cls);
+      byClass[cls].push_back(i);
+    }
+    for (const TDataObjectClass cls : classes) {
+      const TEntries& entries = byClass[cls];
+      if (entries.size() == 1) {
+        ReadOnItsOwn(cls, entries.front());
+      } else {
+        ReadClass(cls, entries);
+      }
+    }
+    ReadNextLevel();
+    for (const auto& [entry, member, info] : FRead) {
+      try {
+        LoadLists(FConnection, *info, *member, true);
+      } catch (const std::exception& e) {
+        throw TMemberFailure{entry, e.what()};
+      }
     }
   }
-}
 
-// Reads the rows of `ids` (at most kIdsPerStatement) and the members they are wanted for;
-// removes the identifiers found from `byId`.
-void ReadChunk(TDBXConnection& connection, TDataObjectInfoDB& info, const TRowRead& read,
-               const std::vector<int32_t>& ids, std::unordered_map<int32_t, TWanted>& byId) {
-  const std::string key = info.GetKeyName();
-  const std::string sql =
-      fmt::sprintf("select %s from %s where %s in (%s)", read.columns, info.GetTableName(), key,
-                   fmt::format("{}", fmt::join(ids, ",")));
-  std::unique_ptr<TZoReader> reader;
-  try {
-    reader = GetReader(connection, sql);
-  } catch (const std::exception& e) {
-    const TPendingMember& first = *byId.at(ids.front()).front();
-    throw Exception(AssignmentError(first.property, *first.owner, e.what()));
-  }
-  TDBXReader& row = reader->Reader();
-  int keyOrdinal = -1;
-  while (row.Next()) {
-    if (keyOrdinal < 0) keyOrdinal = row.GetOrdinal(key);
-    const int32_t id = row.GetInt32(keyOrdinal);
-    const auto it = byId.find(id);
-    if (it == byId.end()) continue;
-    ReadMembersFromRow(connection, row, info, read, id, it->second);
-    byId.erase(it);
-  }
-}
+ private:
+  struct TReadMember {
+    size_t entry;
+    TBaseDataObject* member;
+    const TDataObjectInfoDB* info;
+  };
 
-void LoadClass(TDBXConnection& connection, TDataObjectClass cls, const TWanted& wanted) {
-  std::vector<int32_t> ids;
-  std::unordered_map<int32_t, TWanted> byId;
-  for (const TPendingMember* entry : wanted) {
-    TWanted& same = byId[entry->id];
-    if (same.empty()) ids.push_back(entry->id);
-    same.push_back(entry);
+  // A single member is read as a composition always is, with everything under it.
+  void ReadOnItsOwn(TDataObjectClass cls, size_t entry) {
+    const TPendingMember& wanted = FPending[entry];
+    try {
+      Store(wanted, GetDataObject(FConnection, wanted.id, cls));
+    } catch (const std::exception& e) {
+      throw TMemberFailure{entry, e.what()};
+    }
   }
-  TDataObjectInfoDB& info = *GetObjectInfoDB(cls);
-  const TRowRead read = RowReadOf(info);
-  for (size_t first = 0; first < ids.size(); first += kIdsPerStatement) {
-    const size_t last = std::min(ids.size(), first + kIdsPerStatement);
-    ReadChunk(connection, info, read, std::vector<int32_t>(ids.begin() + first, ids.begin() + last),
-              byId);
+
+  void ReadClass(TDataObjectClass cls, const TEntries& entries) {
+    std::vector<int32_t> ids;
+    std::unordered_map<int32_t, TEntries> byId;
+    for (const size_t entry : entries) {
+      TEntries& same = byId[FPending[entry].id];
+      if (same.empty()) ids.push_back(FPending[entry].id);
+      same.push_back(entry);
+    }
+    TDataObjectInfoDB& info = *GetObjectInfoDB(cls);
+    const TRowRead read = RowReadOf(info);
+    for (size_t first = 0; first < ids.size(); first += kIdsPerStatement) {
+      const size_t last = std::min(ids.size(), first + kIdsPerStatement);
+      ReadChunk(info, read, std::vector<int32_t>(ids.begin() + first, ids.begin() + last), byId);
+    }
+    // A member whose row is missing fails as its own read would have.
+    for (const size_t entry : entries) {
+      if (!byId.contains(FPending[entry].id)) continue;
+      throw TMemberFailure{entry, fmt::sprintf("Objeto inexistente no repositório. ID: %d. "
+                                               "Classe: %s",
+                                               FPending[entry].id, cls->Name())};
+    }
   }
-  // A member whose row is missing fails as its own read would have.
-  for (const TPendingMember* entry : wanted) {
-    if (!byId.contains(entry->id)) continue;
-    const std::string missing = fmt::sprintf(
-        "Objeto inexistente no repositório. ID: %d. Classe: %s", entry->id, cls->Name());
-    throw Exception(AssignmentError(entry->property, *entry->owner, missing));
+
+  // Reads the rows of `ids` and the members they are wanted for; removes the identifiers found
+  // from `byId`.
+  void ReadChunk(TDataObjectInfoDB& info, const TRowRead& read, const std::vector<int32_t>& ids,
+                 std::unordered_map<int32_t, TEntries>& byId) {
+    const std::string key = info.GetKeyName();
+    const std::string sql =
+        fmt::sprintf("select %s from %s where %s in (%s)", read.columns, info.GetTableName(), key,
+                     fmt::format("{}", fmt::join(ids, ",")));
+    std::unique_ptr<TZoReader> reader;
+    try {
+      reader = GetReader(FConnection, sql);
+    } catch (const std::exception& e) {
+      throw TMemberFailure{byId.at(ids.front()).front(), e.what()};
+    }
+    TDBXReader& row = reader->Reader();
+    int keyOrdinal = -1;
+    while (row.Next()) {
+      if (keyOrdinal < 0) keyOrdinal = row.GetOrdinal(key);
+      const int32_t id = row.GetInt32(keyOrdinal);
+      const auto it = byId.find(id);
+      if (it == byId.end()) continue;
+      // The row is read once and copied into a fresh instance per entry, as separate reads
+      // would give.
+      for (const size_t entry : it->second) ReadFromRow(row, info, read, entry);
+      byId.erase(it);
+    }
   }
-}
+
+  void ReadFromRow(TDBXReader& row, TDataObjectInfoDB& info, const TRowRead& read, size_t entry) {
+    const TPendingMember& wanted = FPending[entry];
+    try {
+      auto member = wanted.property->PropertyClass()->Create();
+      ReadRowInto(FConnection, row, info, *member, read.hostedInRow, &FNext);
+      FNextOrigin.resize(FNext.size(), entry);
+      member->SetCodigo(wanted.id);
+      FRead.push_back({entry, member.get(), &info});
+      Store(wanted, std::move(member));
+    } catch (const std::exception& e) {
+      throw TMemberFailure{entry, e.what()};
+    }
+  }
+
+  // The members of the members just read, one level down.
+  void ReadNextLevel() {
+    if (FNext.empty()) return;
+    try {
+      TLevelReader(FConnection, FNext).Run();
+    } catch (const TMemberFailure& f) {
+      const TPendingMember& failed = FNext[f.entry];
+      throw TMemberFailure{FNextOrigin[f.entry],
+                           AssignmentError(failed.property, *failed.owner, f.cause)};
+    }
+  }
+
+  TDBXConnection& FConnection;
+  const std::vector<TPendingMember>& FPending;
+  std::vector<TReadMember> FRead;
+  std::vector<TPendingMember> FNext;
+  std::vector<size_t> FNextOrigin;  // the entry of this level each of FNext hangs under
+};
 
 }  // namespace
 
 void LoadPendingMembers(TDBXConnection& connection, const std::vector<TPendingMember>& pending) {
-  std::vector<TDataObjectClass> classes;
-  std::map<TDataObjectClass, TWanted> byClass;
-  for (const TPendingMember& entry : pending) {
-    const TDataObjectClass cls = entry.property->PropertyClass();
-    if (byClass[cls].empty()) classes.push_back(cls);
-    byClass[cls].push_back(&entry);
-  }
-  for (const TDataObjectClass cls : classes) {
-    const TWanted& wanted = byClass[cls];
-    if (wanted.size() == 1) {
-      // A single member is read as a composition always is.
-      const TPendingMember& entry = *wanted.front();
-      try {
-        Store(entry, GetDataObject(connection, entry.id, cls));
-      } catch (const std::exception& e) {
-        throw Exception(AssignmentError(entry.property, *entry.owner, e.what()));
-      }
-    } else {
-      LoadClass(connection, cls, wanted);
-    }
+  try {
+    TLevelReader(connection, pending).Run();
+  } catch (const TMemberFailure& f) {
+    throw Exception(AssignmentError(pending[f.entry].property, *pending[f.entry].owner, f.cause));
   }
 }
 

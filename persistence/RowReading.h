@@ -42,9 +42,11 @@ void ReadRowInto(TDBXConnection& connection, TDBXReader& reader, TDataObjectInfo
 void LoadLists(TDBXConnection& connection, const TDataObjectInfoDB& info, TBaseDataObject& object,
                bool loadOwnClassLists);
 
-// Reads the pending members with one statement per class (a single one by GetDataObject),
-// fully, and stores each in its owner with the owner as parent. Every owner gets an instance of
-// its own, also when several refer to the same row.
+// Reads the pending members with one statement per class (a member alone in its class by
+// GetDataObject), then their own composed members the same way, level by level, then their
+// lists; stores each in its owner with the owner as parent. Every owner gets an instance of its
+// own, also when several refer to the same row. A failure raises the message reading member by
+// member would have raised.
 void LoadPendingMembers(TDBXConnection& connection, const std::vector<TPendingMember>& pending);
 
 // "Erro ao atribuir valor na propriedade ..." for a failure while assigning `property`.

@@ -62,46 +62,54 @@ TEST_F(ListsTest, ChildrenAreInsertedWithTheirReferenceAndReadBack) {
   EXPECT_EQ(read->Itens.Count(), 6u);
 }
 
-// A stop of a route as stored: its identifier, its city (0: none), its street and the weights
-// of its volumes, inserted in this order.
+// A stop of a route as stored: its identifier, its client (0: none), its street and the
+// weights of its volumes, inserted in this order.
 struct TStopRow {
   int32_t id;
-  int32_t cidade;
+  int32_t cliente;
   std::string rua;
   std::vector<double> pesos;
 };
 
 TEST_F(ListsTest, ListItemsAreReadWithOneStatementPerListKeepingOrderAndNesting) {
-  const int32_t recife = InsertCidade("Recife", "PE");
-  const int32_t natal = InsertCidade("Natal", "RN");
+  const auto newCliente = [&](const char* nome, int32_t cidadeId) {
+    TCliente cliente;
+    cliente.Nome = nome;
+    cliente.Cidade = Get<demo::TCidade>(cidadeId);
+    cliente.Endereco = std::make_unique<demo::TEndereco>();
+    cliente.Endereco->Rua = std::string("Rua de ") + nome;
+    return InsertDataObject(Conn(), cliente);
+  };
+  const int32_t ana = newCliente("Ana", InsertCidade("Recife", "PE"));
+  const int32_t bia = newCliente("Bia", InsertCidade("Natal", "RN"));
   const struct {
     const char* name;
     std::vector<TStopRow> stops;
-    size_t statements;  // the route, its stops, their cities, one per stop for its volumes
+    size_t statements;
   } cases[] = {
-      {"no stops", {}, 2},
-      {"one stop", {{7, recife, "Rua A", {1.5}}}, 4},
-      // Not in the identifiers' order; two stops share a city, one has none.
+      {"no stops", {}, 2},  // the route, its stops
+      // ... the client on its own (with city and address), the stop's volumes
+      {"one stop", {{7, ana, "Rua A", {1.5}}}, 6},
+      // ... the clients in one, their cities in one, one per stop for its volumes. Not in the
+      // identifiers' order; two stops share a client, one has none.
       {"many stops",
-       {{30, recife, "Rua B", {}},
+       {{30, ana, "Rua B", {}},
         {10, 0, "", {2, 3, 1}},
-        {20, natal, "Rua C", {4}},
-        {40, recife, "Rua D", {5}}},
-       7},
+        {20, bia, "Rua C", {4}},
+        {40, ana, "Rua D", {5}}},
+       8},
   };
   int32_t rotaId = 0;
   int32_t volumeId = 0;
   const TJSONMarshal marshal;
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.name);
-    ExecuteSqlCmd(Conn(),
-                  fmt::format("INSERT INTO ROTAS (ID, NOME) VALUES ({}, '{}')", ++rotaId, c.name));
-    for (const auto& stop : c.stops) {
+  const auto insertRoute = [&](int32_t id, const std::vector<TStopRow>& stops) {
+    ExecuteSqlCmd(Conn(), fmt::format("INSERT INTO ROTAS (ID) VALUES ({})", id));
+    for (const auto& stop : stops) {
       ExecuteSqlCmd(Conn(),
-                    fmt::format("INSERT INTO PARADAS (ID, ROTA_ID, CIDADE_ID, END_RUA, "
+                    fmt::format("INSERT INTO PARADAS (ID, ROTA_ID, CLIENTE_ID, END_RUA, "
                                 "END_NUMERO, END_OBS) VALUES ({}, {}, {}, '{}', {}, "
                                 "'obs {}')",
-                                stop.id, rotaId, stop.cidade ? std::to_string(stop.cidade) : "NULL",
+                                stop.id, id, stop.cliente ? std::to_string(stop.cliente) : "NULL",
                                 stop.rua, stop.id, stop.id));
       for (const double peso : stop.pesos) {
         ExecuteSqlCmd(Conn(), fmt::format("INSERT INTO VOLUMES (ID, PARADA_ID, PESO) VALUES "
@@ -109,6 +117,10 @@ TEST_F(ListsTest, ListItemsAreReadWithOneStatementPerListKeepingOrderAndNesting)
                                           ++volumeId, stop.id, peso));
       }
     }
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.name);
+    insertRoute(++rotaId, c.stops);
     TakeTrace();
     const auto rota = Get<TRota>(rotaId);
     EXPECT_EQ(TakeTrace().size(), c.statements);
@@ -125,10 +137,12 @@ TEST_F(ListsTest, ListItemsAreReadWithOneStatementPerListKeepingOrderAndNesting)
       EXPECT_EQ(parada.Endereco->Rua, stop.rua);
       EXPECT_EQ(parada.Endereco->Numero, stop.id);
       EXPECT_EQ(parada.Endereco->Obs, fmt::format("obs {}", stop.id));
-      EXPECT_EQ(parada.Cidade != nullptr, stop.cidade != 0);
-      if (parada.Cidade) {
-        EXPECT_EQ(parada.Cidade->Codigo, stop.cidade);
-        EXPECT_EQ(parada.Cidade->GetParent(), &parada);
+      EXPECT_EQ(parada.Cliente != nullptr, stop.cliente != 0);
+      if (parada.Cliente) {
+        EXPECT_EQ(parada.Cliente->Codigo, stop.cliente);
+        EXPECT_EQ(parada.Cliente->GetParent(), &parada);
+        ASSERT_NE(parada.Cliente->Cidade, nullptr);
+        EXPECT_EQ(parada.Cliente->Cidade->GetParent(), parada.Cliente.get());
       }
       std::vector<double> pesos;
       for (size_t v = 0; v < parada.Volumes.Count(); ++v) {
@@ -142,19 +156,34 @@ TEST_F(ListsTest, ListItemsAreReadWithOneStatementPerListKeepingOrderAndNesting)
     }
   }
 
-  // A stop whose city is missing fails as a read of the stop on its own does.
-  ExecuteSqlCmd(Conn(), std::vector<std::string>{
-                            "INSERT INTO ROTAS (ID) VALUES (9)",
-                            fmt::format("INSERT INTO PARADAS (ID, ROTA_ID, CIDADE_ID) VALUES "
-                                        "(90, 9, {})",
-                                        natal),
-                            "INSERT INTO PARADAS (ID, ROTA_ID, CIDADE_ID) VALUES (91, 9, 123)",
-                        });
-  const std::string missing =
-      "Erro ao atribuir valor na propriedade \"Cidade\" da classe \"TParada\".\r\n"
-      "Objeto inexistente no repositório. ID: 123. Classe: TCidade";
-  EXPECT_EQ(MessageOf([&] { GetDataObject(Conn(), 91, &TParada::StaticType()); }), missing);
-  EXPECT_EQ(MessageOf([&] { GetDataObject(Conn(), 9, &TRota::StaticType()); }), missing);
+  // A member missing one or two levels down fails as the stop's own read does.
+  const std::string foreignKey = Scalar(
+      "SELECT TRIM(C.RDB$CONSTRAINT_NAME) FROM RDB$RELATION_CONSTRAINTS C JOIN "
+      "RDB$INDEX_SEGMENTS S ON S.RDB$INDEX_NAME = C.RDB$INDEX_NAME WHERE C.RDB$RELATION_NAME = "
+      "'CLIENTES' AND C.RDB$CONSTRAINT_TYPE = 'FOREIGN KEY' AND S.RDB$FIELD_NAME = 'CIDADE_ID'");
+  if (!foreignKey.empty()) {
+    ExecuteSqlCmd(Conn(), "ALTER TABLE CLIENTES DROP CONSTRAINT " + foreignKey);
+  }
+  ExecuteSqlCmd(Conn(), "INSERT INTO CLIENTES (ID, NOME, CIDADE_ID) VALUES (500, 'Davi', 321)");
+  const std::string wrap =
+      "Erro ao atribuir valor na propriedade \"Cliente\" da classe "
+      "\"TParada\".\r\n";
+  const struct {
+    std::vector<TStopRow> stops;
+    std::string message;  // of the read of the last stop
+  } failures[] = {
+      {{{90, ana, "", {}}, {91, 123, "", {}}},
+       wrap + "Objeto inexistente no repositório. ID: 123. Classe: TCliente"},
+      {{{80, ana, "", {}}, {81, 500, "", {}}},
+       wrap + "Erro ao atribuir valor na propriedade \"Cidade\" da classe \"TCliente\".\r\n"
+              "Objeto inexistente no repositório. ID: 321. Classe: TCidade"},
+  };
+  for (const auto& f : failures) {
+    insertRoute(++rotaId, f.stops);
+    EXPECT_EQ(MessageOf([&] { GetDataObject(Conn(), f.stops.back().id, &TParada::StaticType()); }),
+              f.message);
+    EXPECT_EQ(MessageOf([&] { GetDataObject(Conn(), rotaId, &TRota::StaticType()); }), f.message);
+  }
 }
 
 TEST_F(ListsTest, UpdateSynchronisesTheList) {

@@ -50,7 +50,7 @@ void RegisterTestClasses() {
     DefineClass<TParada>("Tests", Annotation("PARADAS"))
         .Key("ID")
         .Prop("Rota", &TParada::Rota, Annotation("ROTA_ID").References<TRota>())
-        .Prop("Cidade", &TParada::Cidade, Annotation("CIDADE_ID"))
+        .Prop("Cliente", &TParada::Cliente, Annotation("CLIENTE_ID"))
         .Prop("Endereco", &TParada::Endereco,
               Annotation("END").Skill(TPropertySkill::psEmbedded).Host<TParada>())
         .Prop("Volumes", &TParada::Volumes, Annotation("PARADA_ID").Host<TParada>());
@@ -88,7 +88,7 @@ const char* const kTestTables[] = {
     "CREATE TABLE NOTAS (ID INTEGER NOT NULL PRIMARY KEY)",
     "CREATE TABLE LINHAS (ID INTEGER NOT NULL PRIMARY KEY, TEXTO VARCHAR(40))",
     "CREATE TABLE ROTAS (ID INTEGER NOT NULL PRIMARY KEY, NOME VARCHAR(40))",
-    "CREATE TABLE PARADAS (ID INTEGER NOT NULL PRIMARY KEY, ROTA_ID INTEGER, CIDADE_ID INTEGER, "
+    "CREATE TABLE PARADAS (ID INTEGER NOT NULL PRIMARY KEY, ROTA_ID INTEGER, CLIENTE_ID INTEGER, "
     "END_RUA VARCHAR(80), END_NUMERO INTEGER, END_BAIRRO VARCHAR(60), "
     "END_OBS BLOB SUB_TYPE 1 SEGMENT SIZE 4096 CHARACTER SET ISO8859_1)",
     "CREATE INDEX IX_PARADAS_ROTA ON PARADAS (ROTA_ID)",

@@ -68,8 +68,8 @@ class TNota : public TBaseDataObject {
   TObjectList<TLinha> Linhas;
 };
 
-// ROTAS -> PARADAS -> VOLUMES: list items with a composed city, a hosted address (END_*
-// columns of PARADAS) and a list of their own.
+// ROTAS -> PARADAS -> VOLUMES: list items with a composed client (who has a composed city), a
+// hosted address (END_* columns of PARADAS) and a list of their own.
 class TVolume : public TBaseDataObject {
   ZO_DATA_CLASS(TVolume, TBaseDataObject)
  public:
@@ -81,7 +81,7 @@ class TParada : public TBaseDataObject {
   ZO_DATA_CLASS(TParada, TBaseDataObject)
  public:
   TForeignKey Rota;
-  std::unique_ptr<demo::TCidade> Cidade;
+  std::unique_ptr<demo::TCliente> Cliente;
   std::unique_ptr<demo::TEndereco> Endereco;
   TObjectList<TVolume> Volumes;
 };
