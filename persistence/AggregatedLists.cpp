@@ -24,7 +24,7 @@ TDataObjectList& ListOf(TBaseDataObject& object, const TRttiProperty* listProper
 
 // The items, read with one statement by the master's key and filled from their rows in the
 // order the database returns them (no ORDER BY). Their composed members come after the
-// statement, with one statement per class; their own lists last, item by item.
+// statement, with one statement per class and level; their own lists last, item by item.
 std::vector<std::unique_ptr<TBaseDataObject>> ReadItems(TDBXConnection& connection,
                                                         TDataObjectInfoDB& info,
                                                         const TRttiProperty* ref,
