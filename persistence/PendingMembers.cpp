@@ -16,7 +16,18 @@ namespace zo::detail {
 namespace {
 
 // Firebird takes at most 1500 values in an IN list.
-constexpr size_t kIdsPerStatement = 500;
+constexpr size_t kIdsPerStatement = 512;
+
+// The identifiers as an IN list, the last repeated up to a power of two: the prepared
+// statements the connection keeps are per text with the values lifted out, so lists of any
+// length share about ten of them instead of one per length.
+std::string InList(const std::vector<int32_t>& ids) {
+  size_t length = 1;
+  while (length < ids.size()) length *= 2;
+  std::vector<int32_t> padded = ids;
+  padded.resize(length, ids.back());
+  return fmt::format("{}", fmt::join(padded, ","));
+}
 
 void Store(const TPendingMember& wanted, std::unique_ptr<TBaseDataObject> member) {
   member->SetParent(wanted.owner);
@@ -110,9 +121,8 @@ class TLevelReader {
   void ReadChunk(TDataObjectInfoDB& info, const TRowRead& read, const std::vector<int32_t>& ids,
                  std::unordered_map<int32_t, TEntries>& byId) {
     const std::string key = info.GetKeyName();
-    const std::string sql =
-        fmt::sprintf("select %s from %s where %s in (%s)", read.columns, info.GetTableName(), key,
-                     fmt::format("{}", fmt::join(ids, ",")));
+    const std::string sql = fmt::sprintf("select %s from %s where %s in (%s)", read.columns,
+                                         info.GetTableName(), key, InList(ids));
     std::unique_ptr<TZoReader> reader;
     try {
       reader = GetReader(FConnection, sql);

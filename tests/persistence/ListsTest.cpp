@@ -80,8 +80,10 @@ TEST_F(ListsTest, ListItemsAreReadWithOneStatementPerListKeepingOrderAndNesting)
     cliente.Endereco->Rua = std::string("Rua de ") + nome;
     return InsertDataObject(Conn(), cliente);
   };
-  const int32_t ana = newCliente("Ana", InsertCidade("Recife", "PE"));
+  const int32_t recife = InsertCidade("Recife", "PE");
+  const int32_t ana = newCliente("Ana", recife);
   const int32_t bia = newCliente("Bia", InsertCidade("Natal", "RN"));
+  const int32_t caio = newCliente("Caio", recife);
   const struct {
     const char* name;
     std::vector<TStopRow> stops;
@@ -91,13 +93,14 @@ TEST_F(ListsTest, ListItemsAreReadWithOneStatementPerListKeepingOrderAndNesting)
       // ... the client on its own (with city and address), the stop's volumes
       {"one stop", {{7, ana, "Rua A", {1.5}}}, 6},
       // ... the clients in one, their cities in one, one per stop for its volumes. Not in the
-      // identifiers' order; two stops share a client, one has none.
+      // identifiers' order; three stops share a city, two a client, one has none.
       {"many stops",
        {{30, ana, "Rua B", {}},
         {10, 0, "", {2, 3, 1}},
         {20, bia, "Rua C", {4}},
-        {40, ana, "Rua D", {5}}},
-       8},
+        {40, ana, "Rua D", {5}},
+        {50, caio, "Rua E", {}}},
+       9},
   };
   int32_t rotaId = 0;
   int32_t volumeId = 0;
