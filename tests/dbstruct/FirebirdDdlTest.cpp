@@ -1,45 +1,15 @@
-// Every DDL text of a hand-built model runs on a new embedded Firebird database (through the
-// isql-fb tool), and the catalog then holds what the model describes.
-#include <array>
-#include <cstdio>
-#include <cstdlib>
-#include <fstream>
-#include <sstream>
-
+// Every DDL text of a hand-built model runs on a new embedded Firebird database, and the catalog
+// then holds what the model describes.
 #include <gtest/gtest.h>
 
 #include <zo/dbstruct/DBStructClasses.h>
 #include "tests/dbstruct/StructBuilders.h"
-#include "tests/support/TempDir.h"
+#include "tests/support/DemoDatabase.h"
 
 namespace zo {
 namespace {
 
 using namespace zo::testing;  // NOLINT(google-build-using-namespace)
-
-struct TIsqlRun {
-  int exitCode;
-  std::string output;  // the non-empty lines without trailing blanks, each ended by "\n"
-};
-
-// Runs a script through isql-fb, which stops at the first failing statement.
-TIsqlRun RunIsql(const std::string& scriptFile, const std::string& script) {
-  std::ofstream(scriptFile, std::ios::binary) << script;
-  FILE* pipe = popen(("isql-fb -q -bail -i '" + scriptFile + "' 2>&1").c_str(), "r");
-  if (!pipe) return {-1, "cannot run isql-fb"};
-  std::string raw;
-  std::array<char, 4096> buffer{};
-  while (const size_t read = fread(buffer.data(), 1, buffer.size(), pipe)) {
-    raw.append(buffer.data(), read);
-  }
-  TIsqlRun run{pclose(pipe), ""};
-  std::istringstream stream(raw);
-  for (std::string line; std::getline(stream, line);) {
-    line.erase(line.find_last_not_of(" \r\t") + 1);
-    if (!line.empty()) run.output += line + "\n";
-  }
-  return run;
-}
 
 template <class T>
 std::unique_ptr<T> Statement(std::string_view name, std::string text) {
@@ -94,12 +64,12 @@ std::unique_ptr<TModuleStruct> MakeModule() {
 }
 
 // The texts in the order a creation script puts them, plus a few rows through the insert head.
-std::string CreationScript(const TModuleStruct& module, const std::string& database) {
+std::string CreationScript(const TModuleStruct& module) {
   const TTableStruct& cliente = *module.FindTable("CLIENTE");
   const TTableStruct& pedido = *module.FindTable("PEDIDO");
   TGeneratorStruct generator;
   generator.setName("gen_avulso");
-  std::string script = "CREATE DATABASE '" + database + "' DEFAULT CHARACTER SET ISO8859_1;\r\n";
+  std::string script;
   for (const auto& table : module.NormalTables()) script += table->GetDDL(false);
   script += cliente.GetDDL(true);
   for (const auto& table : module.NormalTables()) script += table->PrimaryKey()->getDDL() + "\r\n";
@@ -116,70 +86,47 @@ std::string CreationScript(const TModuleStruct& module, const std::string& datab
     script +=
         pedido.GetInsertSQL(false) + " (-1, 1, '2024-05-06 10:00', '10:00', 1, " + valor + ");\r\n";
   }
-  return script + "COMMIT;\r\n";
-}
-
-std::string CatalogQuery(const TTableStruct& pedido, const std::string& database) {
-  const std::string userRelations =
-      " IN (SELECT RDB$RELATION_NAME FROM RDB$RELATIONS WHERE RDB$SYSTEM_FLAG = 0)";
-  return "CONNECT '" + database + "';\nSET HEADING OFF;\n" +
-         "SELECT 'REL ' || TRIM(RDB$RELATION_NAME) FROM RDB$RELATIONS WHERE RDB$SYSTEM_FLAG = 0"
-         " ORDER BY 1;\n"
-         "SELECT 'CON ' || TRIM(RDB$CONSTRAINT_NAME) || ' ' || TRIM(RDB$CONSTRAINT_TYPE) || ' ' ||"
-         " TRIM(RDB$RELATION_NAME) FROM RDB$RELATION_CONSTRAINTS WHERE RDB$CONSTRAINT_TYPE IN"
-         " ('PRIMARY KEY', 'FOREIGN KEY', 'UNIQUE') AND RDB$RELATION_NAME" +
-         userRelations +
-         " ORDER BY 1;\n"
-         "SELECT 'IDX ' || TRIM(i.RDB$INDEX_NAME) || ' ' || TRIM(i.RDB$RELATION_NAME) || ' ' ||"
-         " TRIM(s.RDB$FIELD_NAME) FROM RDB$INDICES i JOIN RDB$INDEX_SEGMENTS s"
-         " ON s.RDB$INDEX_NAME = i.RDB$INDEX_NAME WHERE i.RDB$SYSTEM_FLAG = 0 ORDER BY 1;\n"
-         "SELECT 'GEN ' || TRIM(RDB$GENERATOR_NAME) FROM RDB$GENERATORS"
-         " WHERE RDB$SYSTEM_FLAG = 0 ORDER BY 1;\n"
-         "SELECT 'PRC ' || TRIM(RDB$PROCEDURE_NAME) FROM RDB$PROCEDURES WHERE RDB$SYSTEM_FLAG = "
-         "0;\n"
-         "SELECT 'TRG ' || TRIM(RDB$TRIGGER_NAME) || ' ' || TRIM(RDB$RELATION_NAME)"
-         " FROM RDB$TRIGGERS WHERE RDB$SYSTEM_FLAG = 0;\n"
-         "SELECT 'FUN ' || TRIM(RDB$FUNCTION_NAME) || ' ' || TRIM(RDB$MODULE_NAME)"
-         " FROM RDB$FUNCTIONS WHERE RDB$SYSTEM_FLAG = 0;\n"
-         "SELECT 'COL ' || TRIM(RDB$FIELD_NAME) FROM RDB$RELATION_FIELDS"
-         " WHERE RDB$RELATION_NAME = 'CLIENTE' ORDER BY 1;\n"
-         "SELECT 'TOT ' || CAST(TOTAL AS INTEGER) FROM TOTAL_CLIENTE(1);\n"
-         "SELECT 'SEL ' || COUNT(*) || ' ' || MAX(ID) FROM (" +
-         pedido.GetSelectSQL("tb", false) + ");\n";
+  return script;
 }
 
 TEST(DBStructFirebird, ModelTextsCreateTheDescribedDatabase) {
-  ASSERT_EQ(std::system("command -v isql-fb > /dev/null 2>&1"), 0)
-      << "isql-fb is missing: scripts/bootstrap.sh installs firebird3.0-utils";
   const TempDir dir;
-  const std::string database = dir.File("model.fdb");
+  CreateEmptyDatabase(dir.File("model.fdb"));
+  const auto conn = OpenConnection(dir.File("model.fdb"));
   const auto module = MakeModule();
+  ASSERT_NO_THROW(RunScript(*conn, CreationScript(*module)));
 
-  const TIsqlRun creation = RunIsql(dir.File("create.sql"), CreationScript(*module, database));
-  ASSERT_EQ(creation.exitCode, 0) << creation.output;
-  EXPECT_EQ(creation.output, "");
-
-  const TIsqlRun query =
-      RunIsql(dir.File("query.sql"), CatalogQuery(*module->FindTable("PEDIDO"), database));
-  ASSERT_EQ(query.exitCode, 0) << query.output;
-  EXPECT_EQ(query.output,
-            "REL CLIENTE\nREL CLIENTE$\nREL PEDIDO\n"
-            "CON FK_PEDIDO_CLIENTE FOREIGN KEY PEDIDO\n"
-            "CON PK_CLIENTE PRIMARY KEY CLIENTE\n"
-            "CON PK_PEDIDO PRIMARY KEY PEDIDO\n"
-            "CON UQ_CLIENTE_EMAIL UNIQUE CLIENTE\n"
-            "IDX FK_PEDIDO_CLIENTE PEDIDO CLIENTE_ID\n"
-            "IDX IX_PEDIDO_DATA PEDIDO DATA\n"
-            "IDX PK_CLIENTE CLIENTE ID\n"
-            "IDX PK_PEDIDO PEDIDO ID\n"
-            "IDX UQ_CLIENTE_EMAIL CLIENTE EMAIL\n"
-            "GEN GEN_AVULSO\nGEN GEN_CLIENTE\nGEN GEN_PEDIDO\n"
-            "PRC TOTAL_CLIENTE\n"
-            "TRG PEDIDO_BI PEDIDO\n"
-            "FUN F udflib\n"
-            "COL DESCONTO\nCOL EMAIL\nCOL ID\nCOL LETRA\nCOL NASCIMENTO\nCOL NOME\nCOL OBSERVACAO\n"
-            "TOT 20\n"     // the procedure sums the two rows the trigger numbered
-            "SEL 2 2\n");  // ... 1 and 2, read back through the select head
+  // Each catalog question as one sorted list of user objects.
+  const auto list = [&](const std::string& select, const std::string& from) {
+    return QueryString(*conn, "SELECT LIST(X, ' ') FROM (SELECT TRIM(" + select + ") AS X FROM " +
+                                  from + " ORDER BY 1)");
+  };
+  const std::string user = " WHERE RDB$SYSTEM_FLAG = 0";
+  EXPECT_EQ(list("RDB$RELATION_NAME", "RDB$RELATIONS" + user), "CLIENTE CLIENTE$ PEDIDO");
+  EXPECT_EQ(list("RDB$CONSTRAINT_NAME) || ':' || TRIM(RDB$CONSTRAINT_TYPE",
+                 "RDB$RELATION_CONSTRAINTS WHERE RDB$RELATION_NAME IN ('CLIENTE', 'PEDIDO') AND "
+                 "RDB$CONSTRAINT_TYPE <> 'NOT NULL'"),
+            "FK_PEDIDO_CLIENTE:FOREIGN KEY PK_CLIENTE:PRIMARY KEY PK_PEDIDO:PRIMARY KEY "
+            "UQ_CLIENTE_EMAIL:UNIQUE");
+  EXPECT_EQ(list("i.RDB$INDEX_NAME) || ':' || TRIM(s.RDB$FIELD_NAME",
+                 "RDB$INDICES i JOIN RDB$INDEX_SEGMENTS s ON s.RDB$INDEX_NAME = i.RDB$INDEX_NAME"
+                 " WHERE i.RDB$SYSTEM_FLAG = 0"),
+            "FK_PEDIDO_CLIENTE:CLIENTE_ID IX_PEDIDO_DATA:DATA PK_CLIENTE:ID PK_PEDIDO:ID "
+            "UQ_CLIENTE_EMAIL:EMAIL");
+  EXPECT_EQ(list("RDB$GENERATOR_NAME", "RDB$GENERATORS" + user),
+            "GEN_AVULSO GEN_CLIENTE GEN_PEDIDO");
+  EXPECT_EQ(list("RDB$PROCEDURE_NAME", "RDB$PROCEDURES" + user), "TOTAL_CLIENTE");
+  EXPECT_EQ(list("RDB$TRIGGER_NAME) || ':' || TRIM(RDB$RELATION_NAME", "RDB$TRIGGERS" + user),
+            "PEDIDO_BI:PEDIDO");
+  EXPECT_EQ(list("RDB$FUNCTION_NAME) || ':' || TRIM(RDB$MODULE_NAME", "RDB$FUNCTIONS" + user),
+            "F:udflib");
+  EXPECT_EQ(list("RDB$FIELD_NAME", "RDB$RELATION_FIELDS WHERE RDB$RELATION_NAME = 'CLIENTE'"),
+            "DESCONTO EMAIL ID LETRA NASCIMENTO NOME OBSERVACAO");
+  // The procedure sums the two rows the trigger numbered 1 and 2, read through the select head.
+  EXPECT_EQ(QueryString(*conn, "SELECT CAST(TOTAL AS INTEGER) FROM TOTAL_CLIENTE(1)"), "20");
+  EXPECT_EQ(QueryString(*conn, "SELECT COUNT(*) || ' ' || MAX(ID) FROM (" +
+                                   module->FindTable("PEDIDO")->GetSelectSQL("tb", false) + ")"),
+            "2 2");
 }
 
 }  // namespace
