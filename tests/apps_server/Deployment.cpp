@@ -1,6 +1,5 @@
 #include "tests/apps_server/Deployment.h"
 
-#include <fstream>
 #include <stdexcept>
 #include <thread>
 
@@ -13,10 +12,6 @@ namespace fs = std::filesystem;
 using namespace std::chrono_literals;
 
 constexpr auto kToolTimeout = 120s;
-
-void WriteText(const fs::path& path, const std::string& text) {
-  std::ofstream(path, std::ios::binary) << text;
-}
 
 // The demo's sample data, then the city batches, in one script: one attachment, one commit.
 std::string SeedScript() {
