@@ -25,7 +25,6 @@
 #include <zo/version.h>
 
 #include "tests/apps_server/Deployment.h"
-#include "tests/apps_server/ServerProcess.h"
 #include "tests/support/TempDir.h"
 
 namespace zo::testing {
