@@ -50,16 +50,6 @@ TEST(HttpTest, SessionFailuresAreJsonRpcErrors) {
   EXPECT_EQ(lost.Post("{}").status, 404);
 }
 
-TEST(HttpTest, AnIdleSessionExpires) {
-  RpcServerOptions options;
-  options.httpSessionIdle = 150ms;
-  TestServer server(options);
-  auto idle = server.HttpClient();
-  EXPECT_EQ(idle->Call("Echo"), json::object());
-  EXPECT_TRUE(server.journal().WaitForNoSession());
-  EXPECT_EQ(ErrorOf([&] { idle->Call("Echo"); }).Code(), codes::kNotConnected);
-}
-
 TEST(ServerTest, APortInUseIsReported) {
   TestServer first;
   RpcServerOptions options;

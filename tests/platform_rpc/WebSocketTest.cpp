@@ -168,24 +168,5 @@ TEST(WebSocketTest, OneClientsCallsRunInArrivalOrderWithoutStallingAnother) {
   for (int id = 1; id <= 2; ++id) EXPECT_EQ(Receive(*slow)["id"], id);
 }
 
-TEST(WebSocketTest, AnOversizedMessageClosesThatClientOnly) {
-  RpcServerOptions options;
-  options.maxMessageSize = 4096;
-  TestServer server(options);
-  auto big = server.Client();
-  auto other = server.Client();
-
-  const std::string fits(3000, 'a');
-  EXPECT_EQ(big->Call("Echo", {{"s", fits}})["s"], fits);
-  const RpcError error = ErrorOf([&] { big->Call("Echo", {{"s", std::string(10000, 'b')}}); });
-  EXPECT_EQ(error.Code(), codes::kMessageTooLarge);
-  EXPECT_NE(error.Message().find("4096"), std::string::npos);
-  EXPECT_THROW(big->Call("Echo"), Exception);  // closed by the server
-  EXPECT_FALSE(big->IsOpen());
-
-  EXPECT_EQ(other->Call("Echo", {{"n", 1}}), json({{"n", 1}}));
-  EXPECT_TRUE(server.journal().WaitForLive(1));
-}
-
 }  // namespace
 }  // namespace zo::rpc::testing
