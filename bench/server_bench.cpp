@@ -32,6 +32,7 @@
 #include <fstream>
 #include <functional>
 #include <iostream>
+#include <iterator>
 #include <optional>
 #include <regex>
 #include <sstream>
@@ -106,6 +107,7 @@ class Child {
   Child(const Child&) = delete;
   Child& operator=(const Child&) = delete;
 
+  pid_t Pid() const { return pid_; }
   bool Running() {
     int status = 0;
     if (!code_ && ::waitpid(pid_, &status, WNOHANG) == pid_) {
@@ -255,6 +257,7 @@ class ZoServer {
   ZoServer(const ZoServer&) = delete;
   ZoServer& operator=(const ZoServer&) = delete;
   std::uint16_t Port() const { return port_; }
+  pid_t Pid() const { return child_.Pid(); }
 
  private:
   fs::path output_;
@@ -310,6 +313,41 @@ json Order(int numero) {
 }
 
 using Micros = std::chrono::duration<double, std::micro>;
+
+// What a process has spent so far: context switches of all its threads (voluntary ones are
+// mostly waits on a futex or a socket, i.e. hand-offs between threads) and CPU time.
+struct ProcessCounters {
+  double voluntary = 0;
+  double involuntary = 0;
+  double cpuSeconds = 0;
+
+  static ProcessCounters Of(pid_t pid) {
+    ProcessCounters c;
+    const fs::path proc = fs::path("/proc") / std::to_string(pid);
+    std::error_code ignored;
+    for (const auto& task : fs::directory_iterator(proc / "task", ignored)) {
+      std::istringstream status(ReadText(task.path() / "status"));
+      for (std::string line; std::getline(status, line);) {
+        if (line.starts_with("voluntary_ctxt_switches:")) c.voluntary += std::stod(line.substr(24));
+        if (line.starts_with("nonvoluntary_ctxt_switches:")) {
+          c.involuntary += std::stod(line.substr(27));
+        }
+      }
+    }
+    // utime and stime: fields 14 and 15, counted after the command's closing parenthesis.
+    const std::string stat = ReadText(proc / "stat");
+    std::istringstream fields(stat.substr(stat.rfind(')') + 2));
+    std::vector<std::string> values{std::istream_iterator<std::string>(fields), {}};
+    if (values.size() > 13) {
+      c.cpuSeconds = (std::stod(values[11]) + std::stod(values[12])) /
+                     static_cast<double>(::sysconf(_SC_CLK_TCK));
+    }
+    return c;
+  }
+  ProcessCounters operator-(const ProcessCounters& o) const {
+    return {voluntary - o.voluntary, involuntary - o.involuntary, cpuSeconds - o.cpuSeconds};
+  }
+};
 
 // Runs one remote method with named parameters and answers its result.
 using Caller = std::function<json(const std::string& method, const json& params)>;
@@ -383,10 +421,13 @@ double Percentile(std::vector<double> values, double p) {
 struct Load {
   double ordersPerSecond = 0;
   ClientResult all;
+  ProcessCounters server;  // what the server process spent meanwhile, when it was watched
 };
 
-// `clients` clients for `duration`; a client that fails fails the measurement.
-Load RunLoad(const Connect& connect, int clients, std::chrono::seconds duration) {
+// `clients` clients for `duration`; a client that fails fails the measurement. `server`: the
+// process whose counters are taken over the measured time (0: none).
+Load RunLoad(const Connect& connect, int clients, std::chrono::seconds duration,
+             pid_t server = 0) {
   std::vector<ClientResult> results(clients);
   std::atomic<bool> go{false};
   Clock::time_point end = Clock::now() + 24h;
@@ -397,13 +438,16 @@ Load RunLoad(const Connect& connect, int clients, std::chrono::seconds duration)
   }
   // Every client connects and warms up before the clock starts.
   std::this_thread::sleep_for(std::chrono::milliseconds(200 + 50 * clients));
+  const ProcessCounters before = server ? ProcessCounters::Of(server) : ProcessCounters{};
   const auto start = Clock::now();
   end = start + duration;
   go = true;
+  std::this_thread::sleep_until(end);
+  Load load;
+  if (server) load.server = ProcessCounters::Of(server) - before;
   for (auto& thread : threads) thread.join();
   const double seconds = std::chrono::duration<double>(Clock::now() - start).count();
 
-  Load load;
   for (const auto& r : results) {
     if (!r.error.empty()) throw std::runtime_error("client error: " + r.error);
     load.all.insertUs.insert(load.all.insertUs.end(), r.insertUs.begin(), r.insertUs.end());
@@ -422,35 +466,46 @@ void Compare(const Root& root, const std::vector<int>& clients, int rounds,
   const ZoServer server(root);
   const Connect remote = [&](int) { return WebSocketClient(server.Port()); };
   const Connect local = [](int) { return InProcessClient(); };
-  std::vector<std::vector<double>> served(clients.size()), inProcess(clients.size()),
-      share(clients.size());
+  const auto columns = [&] { return std::vector<std::vector<double>>(clients.size()); };
+  auto served = columns(), inProcess = columns(), share = columns(), switches = columns(),
+       cpu = columns();
   for (int round = 0; round < rounds; ++round) {
     for (std::size_t i = 0; i < clients.size(); ++i) {
       const bool serverFirst = (round + static_cast<int>(i)) % 2 == 0;
-      double s = 0;
-      double p = 0;
+      Load s;
+      Load p;
       for (int side = 0; side < 2; ++side) {
         if ((side == 0) == serverFirst) {
-          s = RunLoad(remote, clients[i], duration).ordersPerSecond;
+          s = RunLoad(remote, clients[i], duration, server.Pid());
         } else {
-          p = RunLoad(local, clients[i], duration).ordersPerSecond;
+          p = RunLoad(local, clients[i], duration);
         }
       }
-      served[i].push_back(s);
-      inProcess[i].push_back(p);
-      share[i].push_back(s / p);
-      std::cerr << fmt::format("round {} clients {}: server {:.1f} in-process {:.1f} orders/s\n",
-                               round + 1, clients[i], s, p);
+      const double calls =
+          2 * s.ordersPerSecond * std::chrono::duration<double>(duration).count();
+      served[i].push_back(s.ordersPerSecond);
+      inProcess[i].push_back(p.ordersPerSecond);
+      share[i].push_back(s.ordersPerSecond / p.ordersPerSecond);
+      switches[i].push_back((s.server.voluntary + s.server.involuntary) / calls);
+      cpu[i].push_back(s.server.cpuSeconds * 1e6 / calls);
+      std::cerr << fmt::format(
+          "round {} clients {}: server {:.1f} in-process {:.1f} orders/s; server per call: "
+          "{:.2f} voluntary + {:.2f} involuntary context switches, {:.0f} us CPU\n",
+          round + 1, clients[i], s.ordersPerSecond, p.ordersPerSecond, s.server.voluntary / calls,
+          s.server.involuntary / calls, cpu[i].back());
     }
   }
-  std::cout << fmt::format("{:>7} {:>16} {:>20} {:>30}\n", "clients", "server orders/s",
-                           "in-process orders/s", "server share min / median / max")
-            << std::string(76, '-') << "\n";
+  std::cout << fmt::format("{:>7} {:>9} {:>11} {:>24} {:>16} {:>13}\n", "clients", "server",
+                           "in-process", "share min / median / max", "server switches", "server CPU")
+            << fmt::format("{:>7} {:>9} {:>11} {:>24} {:>16} {:>13}\n", "", "orders/s",
+                           "orders/s", "", "per call", "us per call")
+            << std::string(85, '-') << "\n";
   for (std::size_t i = 0; i < clients.size(); ++i) {
-    std::cout << fmt::format("{:>7} {:>16.1f} {:>20.1f} {:>12.2f} / {:.2f} / {:.2f}\n", clients[i],
-                             Median(served[i]), Median(inProcess[i]),
+    std::cout << fmt::format("{:>7} {:>9.1f} {:>11.1f} {:>8.2f} / {:.2f} / {:.2f} {:>16.2f} {:>13.0f}\n",
+                             clients[i], Median(served[i]), Median(inProcess[i]),
                              *std::min_element(share[i].begin(), share[i].end()), Median(share[i]),
-                             *std::max_element(share[i].begin(), share[i].end()));
+                             *std::max_element(share[i].begin(), share[i].end()),
+                             Median(switches[i]), Median(cpu[i]));
   }
   std::cout << std::flush;
 }
