@@ -421,11 +421,12 @@ double Percentile(std::vector<double> values, double p) {
 struct Load {
   double ordersPerSecond = 0;
   ClientResult all;
-  ProcessCounters server;  // what the server process spent meanwhile, when it was watched
+  ProcessCounters server;  // what the watched process spent meanwhile (server or this one)
 };
 
 // `clients` clients for `duration`; a client that fails fails the measurement. `server`: the
-// process whose counters are taken over the measured time (0: none).
+// process whose counters are taken over the measured time (0: none); for the in-process side
+// this program itself, whose threads then do all the work.
 Load RunLoad(const Connect& connect, int clients, std::chrono::seconds duration,
              pid_t server = 0) {
   std::vector<ClientResult> results(clients);
@@ -468,7 +469,7 @@ void Compare(const Root& root, const std::vector<int>& clients, int rounds,
   const Connect local = [](int) { return InProcessClient(); };
   const auto columns = [&] { return std::vector<std::vector<double>>(clients.size()); };
   auto served = columns(), inProcess = columns(), share = columns(), switches = columns(),
-       cpu = columns();
+       cpu = columns(), localCpu = columns();
   for (int round = 0; round < rounds; ++round) {
     for (std::size_t i = 0; i < clients.size(); ++i) {
       const bool serverFirst = (round + static_cast<int>(i)) % 2 == 0;
@@ -478,7 +479,7 @@ void Compare(const Root& root, const std::vector<int>& clients, int rounds,
         if ((side == 0) == serverFirst) {
           s = RunLoad(remote, clients[i], duration, server.Pid());
         } else {
-          p = RunLoad(local, clients[i], duration);
+          p = RunLoad(local, clients[i], duration, ::getpid());
         }
       }
       const double calls =
@@ -488,24 +489,29 @@ void Compare(const Root& root, const std::vector<int>& clients, int rounds,
       share[i].push_back(s.ordersPerSecond / p.ordersPerSecond);
       switches[i].push_back((s.server.voluntary + s.server.involuntary) / calls);
       cpu[i].push_back(s.server.cpuSeconds * 1e6 / calls);
+      localCpu[i].push_back(p.server.cpuSeconds * 1e6 /
+                            (2 * p.ordersPerSecond * std::chrono::duration<double>(duration).count()));
       std::cerr << fmt::format(
           "round {} clients {}: server {:.1f} in-process {:.1f} orders/s; server per call: "
-          "{:.2f} voluntary + {:.2f} involuntary context switches, {:.0f} us CPU\n",
+          "{:.2f} voluntary + {:.2f} involuntary context switches, {:.0f} us CPU (in-process "
+          "{:.0f} us)\n",
           round + 1, clients[i], s.ordersPerSecond, p.ordersPerSecond, s.server.voluntary / calls,
-          s.server.involuntary / calls, cpu[i].back());
+          s.server.involuntary / calls, cpu[i].back(), localCpu[i].back());
     }
   }
-  std::cout << fmt::format("{:>7} {:>9} {:>11} {:>24} {:>16} {:>13}\n", "clients", "server",
-                           "in-process", "share min / median / max", "server switches", "server CPU")
-            << fmt::format("{:>7} {:>9} {:>11} {:>24} {:>16} {:>13}\n", "", "orders/s",
-                           "orders/s", "", "per call", "us per call")
-            << std::string(85, '-') << "\n";
+  std::cout << fmt::format("{:>7} {:>9} {:>11} {:>24} {:>16} {:>11} {:>11}\n", "clients",
+                           "server", "in-process", "share min / median / max", "server switches",
+                           "server CPU", "in-process")
+            << fmt::format("{:>7} {:>9} {:>11} {:>24} {:>16} {:>11} {:>11}\n", "", "orders/s",
+                           "orders/s", "", "per call", "us/call", "CPU us/call")
+            << std::string(97, '-') << "\n";
   for (std::size_t i = 0; i < clients.size(); ++i) {
-    std::cout << fmt::format("{:>7} {:>9.1f} {:>11.1f} {:>8.2f} / {:.2f} / {:.2f} {:>16.2f} {:>13.0f}\n",
-                             clients[i], Median(served[i]), Median(inProcess[i]),
-                             *std::min_element(share[i].begin(), share[i].end()), Median(share[i]),
-                             *std::max_element(share[i].begin(), share[i].end()),
-                             Median(switches[i]), Median(cpu[i]));
+    std::cout << fmt::format(
+        "{:>7} {:>9.1f} {:>11.1f} {:>8.2f} / {:.2f} / {:.2f} {:>16.2f} {:>11.0f} {:>11.0f}\n",
+        clients[i], Median(served[i]), Median(inProcess[i]),
+        *std::min_element(share[i].begin(), share[i].end()), Median(share[i]),
+        *std::max_element(share[i].begin(), share[i].end()), Median(switches[i]), Median(cpu[i]),
+        Median(localCpu[i]));
   }
   std::cout << std::flush;
 }
