@@ -320,6 +320,7 @@ struct ProcessCounters {
   double voluntary = 0;
   double involuntary = 0;
   double cpuSeconds = 0;
+  double systemSeconds = 0;  // the part of cpuSeconds spent in the kernel
 
   static ProcessCounters Of(pid_t pid) {
     ProcessCounters c;
@@ -339,13 +340,15 @@ struct ProcessCounters {
     std::istringstream fields(stat.substr(stat.rfind(')') + 2));
     std::vector<std::string> values{std::istream_iterator<std::string>(fields), {}};
     if (values.size() > 13) {
-      c.cpuSeconds = (std::stod(values[11]) + std::stod(values[12])) /
-                     static_cast<double>(::sysconf(_SC_CLK_TCK));
+      const double tick = static_cast<double>(::sysconf(_SC_CLK_TCK));
+      c.systemSeconds = std::stod(values[12]) / tick;
+      c.cpuSeconds = std::stod(values[11]) / tick + c.systemSeconds;
     }
     return c;
   }
   ProcessCounters operator-(const ProcessCounters& o) const {
-    return {voluntary - o.voluntary, involuntary - o.involuntary, cpuSeconds - o.cpuSeconds};
+    return {voluntary - o.voluntary, involuntary - o.involuntary, cpuSeconds - o.cpuSeconds,
+            systemSeconds - o.systemSeconds};
   }
 };
 
@@ -493,10 +496,11 @@ void Compare(const Root& root, const std::vector<int>& clients, int rounds,
                             (2 * p.ordersPerSecond * std::chrono::duration<double>(duration).count()));
       std::cerr << fmt::format(
           "round {} clients {}: server {:.1f} in-process {:.1f} orders/s; server per call: "
-          "{:.2f} voluntary + {:.2f} involuntary context switches, {:.0f} us CPU (in-process "
-          "{:.0f} us)\n",
+          "{:.2f} voluntary + {:.2f} involuntary context switches, {:.0f} us CPU of which {:.0f} "
+          "in the kernel (in-process {:.0f} us)\n",
           round + 1, clients[i], s.ordersPerSecond, p.ordersPerSecond, s.server.voluntary / calls,
-          s.server.involuntary / calls, cpu[i].back(), localCpu[i].back());
+          s.server.involuntary / calls, cpu[i].back(), s.server.systemSeconds * 1e6 / calls,
+          localCpu[i].back());
     }
   }
   std::cout << fmt::format("{:>7} {:>9} {:>11} {:>24} {:>16} {:>11} {:>11}\n", "clients",
