@@ -86,9 +86,9 @@ int32_t DrawKey(TDBXConnection& connection, const std::string& table) {
         GetReader(connection, fmt::sprintf("select gen_id(GEN_%s, 1) from rdb$database", table));
     TDBXReader& row = reader->Reader();
     if (!row.Next() || row.IsNull(0)) return 1;
-    return row.GetInt32(0);  // past 32 bits it throws, and Novocodigo reports the overflow
+    return row.GetInt32(0);  // past 32 bits it throws: Novocodigo overflows too, and says so
   } catch (const std::exception&) {
-    // A failed gen_id draws nothing: Novocodigo's own attempt reports it in its words.
+    // Without a generator nothing was drawn: Novocodigo's own attempt fails in its words.
   }
   return Novocodigo(connection, table);
 }
