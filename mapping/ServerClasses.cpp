@@ -57,6 +57,7 @@ void TDataObjectInfoDB::ExtractInfo(TDataObjectClass cls) {
   insertList.pop_back();
   selectList = key + "," + selectList;
   selectList.pop_back();
+  FSelectList = selectList;
 
   FSqlInsTpl = fmt::sprintf("insert into %s(%s) values(%s)", GetTableName(), insertList, "%s");
   FSqlSelTpl =

@@ -1,10 +1,12 @@
-// Reading aggregated lists: the children that refer back to their master.
+// Reading aggregated lists: the children that refer back to their master, with one statement
+// per list.
 #include <fmt/printf.h>
 
 #include <zo/core/Attributes.h>
 #include <zo/core/DataObjectList.h>
 #include <zo/core/Exceptions.h>
 #include "persistence/PersistenceDetail.h"
+#include "persistence/RowReading.h"
 #include <zo/persistence/ZoServerUtils.h>
 
 namespace zo {
@@ -20,14 +22,35 @@ TDataObjectList& ListOf(TBaseDataObject& object, const TRttiProperty* listProper
   return *list;
 }
 
-std::vector<int32_t> ChildIds(TDBXConnection& connection, const TDataObjectInfoDB& childInfo,
-                              const TRttiProperty* ref, int32_t masterId) {
-  const auto reader =
-      GetReader(connection, fmt::sprintf("select %s from %s where %s = %d", childInfo.GetKeyName(),
-                                         childInfo.GetTableName(), GetAttribName(ref), masterId));
-  std::vector<int32_t> ids;
-  while (reader->Reader().Next()) ids.push_back(reader->Reader().GetInt32(0));
-  return ids;
+// The items, read with one statement by the master's key and filled from their rows in the
+// order the database returns them (no ORDER BY). Their composed members come after the
+// statement, with one statement per class and level; their own lists last, item by item.
+std::vector<std::unique_ptr<TBaseDataObject>> ReadItems(TDBXConnection& connection,
+                                                        TDataObjectInfoDB& info,
+                                                        const TRttiProperty* ref,
+                                                        int32_t masterId) {
+  const TDataObjectClass itemClass = info.DataClass();
+  const detail::TRowRead read = detail::RowReadOf(info);
+  std::vector<std::unique_ptr<TBaseDataObject>> items;
+  std::vector<detail::TPendingMember> pending;
+  {
+    const auto reader =
+        GetReader(connection, fmt::sprintf("select %s from %s where %s = %d", read.columns,
+                                           info.GetTableName(), GetAttribName(ref), masterId));
+    TDBXReader& row = reader->Reader();
+    const std::string key = info.GetKeyName();
+    int keyOrdinal = -1;
+    while (row.Next()) {
+      auto item = itemClass->Create();
+      detail::ReadRowInto(connection, row, info, *item, read.hostedInRow, &pending);
+      if (keyOrdinal < 0) keyOrdinal = row.GetOrdinal(key);
+      item->SetCodigo(row.GetInt32(keyOrdinal));
+      items.push_back(std::move(item));
+    }
+  }
+  detail::LoadPendingMembers(connection, pending);
+  for (const auto& item : items) detail::LoadLists(connection, info, *item, true);
+  return items;
 }
 
 }  // namespace
@@ -42,15 +65,14 @@ void LoadAggregatedList(TDBXConnection& connection, TBaseDataObject& object,
   }
   const std::string referenceName = detail::ListReferenceName(listProperty);
   const TDataObjectClass itemClass = TDataObjectInfo::GetClassOfPropertyList(listProperty);
-  const TDataObjectInfoDB& childInfo = *GetObjectInfoDB(itemClass);
+  TDataObjectInfoDB& childInfo = *GetObjectInfoDB(itemClass);
   const TDataObjectClass master = detail::ListMasterClass(listProperty, object.ClassType());
   const TRttiProperty* ref = FindMasterReference(itemClass, master, referenceName);
   if (ref == nullptr) {
     throw Exception("Não há referência para a classe mestre \"" + object.ClassName() +
                     "\" na classe agregada \"" + itemClass->Name() + "\"");
   }
-  for (const int32_t id : ChildIds(connection, childInfo, ref, object.GetCodigo())) {
-    auto child = GetDataObject(connection, id, itemClass);
+  for (auto& child : ReadItems(connection, childInfo, ref, object.GetCodigo())) {
     child->SetParent(&object);
     list.Add(std::move(child));
   }

@@ -2,11 +2,15 @@
 // the property's type, then the objects that hang off it (compositions, hosted objects, lists).
 #include <fmt/printf.h>
 
+#include <algorithm>
+
 #include <zo/core/Attributes.h>
 #include <zo/core/Exceptions.h>
 #include <zo/core/Text.h>
+#include <zo/mapping/ObjectInfoCache.h>
 #include <zo/persistence/Reading.h>
 #include <zo/platform/db/DataTypes.h>
+#include "persistence/RowReading.h"
 
 namespace zo {
 namespace {
@@ -28,13 +32,16 @@ bool IsDateType(const std::string& typeName) {
 }
 
 void AssignObject(TDBXConnection& connection, const TDBXReader& reader, int column,
-                  const TRttiProperty* prop, TBaseDataObject& object) {
+                  const TRttiProperty* prop, TBaseDataObject& object,
+                  std::vector<detail::TPendingMember>* pending) {
   if (reader.IsNull(column)) {
     prop->SetObject(object, nullptr);
     return;
   }
   if (reader.GetColumnType(column) == TDBXDataTypes::BlobType && prop->TypeName() == "TStream") {
     prop->SetObject(object, std::make_unique<TMemoryStream>(reader.GetBytes(column)));
+  } else if (IsComposition(prop) && pending != nullptr) {
+    pending->push_back({&object, prop, reader.GetInt32(column)});
   } else if (IsComposition(prop)) {
     auto member = GetDataObject(connection, reader.GetInt32(column), prop->PropertyClass());
     member->SetParent(&object);
@@ -44,7 +51,8 @@ void AssignObject(TDBXConnection& connection, const TDBXReader& reader, int colu
 }
 
 void Assign(TDBXConnection& connection, const TDBXReader& reader, int column,
-            const TRttiProperty* prop, TBaseDataObject& object) {
+            const TRttiProperty* prop, TBaseDataObject& object,
+            std::vector<detail::TPendingMember>* pending) {
   const std::string& typeName = prop->TypeName();
   switch (prop->Kind()) {
     case TTypeKind::tkInteger:
@@ -87,7 +95,7 @@ void Assign(TDBXConnection& connection, const TDBXReader& reader, int column,
     case TTypeKind::tkClass:
     case TTypeKind::tkPointer:
     case TTypeKind::tkUnknown:
-      AssignObject(connection, reader, column, prop, object);
+      AssignObject(connection, reader, column, prop, object, pending);
       return;
     default:
       return;  // sets, methods, variants, arrays, records, interfaces: not read
@@ -100,6 +108,18 @@ void LoadHosted(TDBXConnection& connection, const TRowShape& shape, const TRttiP
   const TDataObjectClass host = shape.hostClass ? shape.hostClass : GetHostClass(prop);
   prop->SetObject(object, GetDataObject(connection, object.GetCodigo(), prop->PropertyClass(), host,
                                         GetAttribName(prop)));
+}
+
+// A hosted object whose columns the statement selected along with its owner's: read from the
+// same row, as GetDataObject would read it from the row of its own statement.
+void FillHosted(TDBXConnection& connection, TDBXReader& reader, const TRowShape& shape,
+                const TRttiProperty* prop, TBaseDataObject& object) {
+  const TDataObjectClass host = shape.hostClass ? shape.hostClass : GetHostClass(prop);
+  TDataObjectInfoDB& info = *GetObjectInfoDB(prop->PropertyClass(), host, GetAttribName(prop));
+  auto member = prop->PropertyClass()->Create();
+  ReaderToObject(connection, reader, info, *member, true);
+  member->SetCodigo(reader.GetInt32(reader.GetOrdinal(info.HostKeyName())));
+  prop->SetObject(object, std::move(member));
 }
 
 std::string ColumnOf(const TRowShape& shape, const TRttiProperty* prop) {
@@ -119,41 +139,72 @@ int OrdinalOf(const TDBXReader& reader, const std::string& column, const TRowSha
   }
 }
 
-void ReadProperty(TDBXConnection& connection, const TDBXReader& reader, const TRowShape& shape,
-                  const TRttiProperty* prop, TBaseDataObject& object) {
+struct TRowContext {
+  const std::vector<const TRttiProperty*>& hostedInRow;
+  std::vector<detail::TPendingMember>* pending;
+};
+
+void ReadProperty(TDBXConnection& connection, TDBXReader& reader, const TRowShape& shape,
+                  const TRowContext& context, const TRttiProperty* prop, TBaseDataObject& object) {
   const TPropertySkill skill = GetAttribSkill(prop);
   if (!prop->IsWritable() || skill == TPropertySkill::psBinaryBlob) return;
   // Lists have no column (the second pass loads them); bitmaps are never selected.
   if (IsAgregation(prop) || prop->TypeName() == "TBitmap") return;
   const std::string column = ColumnOf(shape, prop);
   if (skill == TPropertySkill::psEmbedded) {
-    LoadHosted(connection, shape, prop, object);
+    const auto& inRow = context.hostedInRow;
+    if (std::find(inRow.begin(), inRow.end(), prop) != inRow.end()) {
+      FillHosted(connection, reader, shape, prop, object);
+    } else {
+      LoadHosted(connection, shape, prop, object);
+    }
     return;
   }
   const int ordinal = OrdinalOf(reader, column, shape);
   try {
-    Assign(connection, reader, ordinal, prop, object);
+    Assign(connection, reader, ordinal, prop, object, context.pending);
   } catch (const std::exception& e) {
-    throw Exception("Erro ao atribuir valor na propriedade \"" + prop->Name() + "\" da classe \"" +
-                    object.ClassName() + "\"." + "\r\n" + e.what());
+    throw Exception(detail::AssignmentError(prop, object, e.what()));
   }
 }
 
 }  // namespace
 
-void ReaderToObject(TDBXConnection& connection, TDBXReader& reader, TDataObjectInfoDB& info,
-                    TBaseDataObject& object, bool loadOwnClassLists) {
+namespace detail {
+
+std::string AssignmentError(const TRttiProperty* property, const TBaseDataObject& object,
+                            const std::string& cause) {
+  return "Erro ao atribuir valor na propriedade \"" + property->Name() + "\" da classe \"" +
+         object.ClassName() + "\"." + "\r\n" + cause;
+}
+
+void ReadRowInto(TDBXConnection& connection, TDBXReader& reader, TDataObjectInfoDB& info,
+                 TBaseDataObject& object, const std::vector<const TRttiProperty*>& hostedInRow,
+                 std::vector<TPendingMember>* pending) {
   const TRowShape shape{info.Properties(), info.KeyProperty(), info.HostClass(), info.FieldPrefix(),
                         info.DataClass() ? info.DataClass()->Name() : object.ClassName()};
+  const TRowContext context{hostedInRow, pending};
   for (const TRttiProperty* prop : shape.properties) {
-    ReadProperty(connection, reader, shape, prop, object);
+    ReadProperty(connection, reader, shape, context, prop, object);
   }
+}
+
+void LoadLists(TDBXConnection& connection, const TDataObjectInfoDB& info, TBaseDataObject& object,
+               bool loadOwnClassLists) {
   const std::vector<const TRttiProperty*> lists = info.ListProperties();
   for (const TRttiProperty* list : lists) {
     // Callers walking a tree of one class stop here to load it level by level.
     const bool ownClass = TDataObjectInfo::GetClassOfPropertyList(list) == object.ClassType();
     if (loadOwnClassLists || !ownClass) LoadAggregatedList(connection, object, list);
   }
+}
+
+}  // namespace detail
+
+void ReaderToObject(TDBXConnection& connection, TDBXReader& reader, TDataObjectInfoDB& info,
+                    TBaseDataObject& object, bool loadOwnClassLists) {
+  detail::ReadRowInto(connection, reader, info, object, {}, nullptr);
+  detail::LoadLists(connection, info, object, loadOwnClassLists);
 }
 
 }  // namespace zo

@@ -1,6 +1,9 @@
-// Aggregated lists: written with their references, synchronised on update, loaded, deleted
-// before their owner; nested-set trees.
+// Aggregated lists: written with their references, synchronised on update, loaded (with their
+// items' members and lists), deleted before their owner; nested-set trees.
 #include <zo/core/Exceptions.h>
+#include <zo/platform/json/JSONMarshal.h>
+
+#include <nlohmann/json.hpp>
 #include "tests/persistence/PersistenceTestSupport.h"
 
 namespace zo::testing {
@@ -91,6 +94,133 @@ TEST_F(ListsTest, AGraphsKeysComeFromEachTablesGeneratorInOrder) {
       "Falha na inclusão do objeto\r\nImpossível novo código\rSentença inválida: execute block "
       "returns (Result integer) as begin Result = gen_id(GEN_FANTASMAS, 1); suspend; end;"))
       << message;
+}
+
+// A stop of a route as stored: its identifier, its client (0: none), its street and the
+// weights of its volumes, inserted in this order.
+struct TStopRow {
+  int32_t id;
+  int32_t cliente;
+  std::string rua;
+  std::vector<double> pesos;
+};
+
+TEST_F(ListsTest, ListItemsAreReadWithOneStatementPerListKeepingOrderAndNesting) {
+  const auto newCliente = [&](const char* nome, int32_t cidadeId) {
+    TCliente cliente;
+    cliente.Nome = nome;
+    cliente.Cidade = Get<demo::TCidade>(cidadeId);
+    cliente.Endereco = std::make_unique<demo::TEndereco>();
+    cliente.Endereco->Rua = std::string("Rua de ") + nome;
+    return InsertDataObject(Conn(), cliente);
+  };
+  const int32_t recife = InsertCidade("Recife", "PE");
+  const int32_t ana = newCliente("Ana", recife);
+  const int32_t bia = newCliente("Bia", InsertCidade("Natal", "RN"));
+  const int32_t caio = newCliente("Caio", recife);
+  const struct {
+    const char* name;
+    std::vector<TStopRow> stops;
+    size_t statements;
+  } cases[] = {
+      {"no stops", {}, 2},  // the route, its stops
+      // ... the client on its own (with city and address), the stop's volumes
+      {"one stop", {{7, ana, "Rua A", {1.5}}}, 6},
+      // ... the clients in one, their cities in one, one per stop for its volumes. Not in the
+      // identifiers' order; three stops share a city, two a client, one has none.
+      {"many stops",
+       {{30, ana, "Rua B", {}},
+        {10, 0, "", {2, 3, 1}},
+        {20, bia, "Rua C", {4}},
+        {40, ana, "Rua D", {5}},
+        {50, caio, "Rua E", {}}},
+       9},
+  };
+  int32_t rotaId = 0;
+  int32_t volumeId = 0;
+  const TJSONMarshal marshal;
+  const auto insertRoute = [&](int32_t id, const std::vector<TStopRow>& stops) {
+    ExecuteSqlCmd(Conn(), fmt::format("INSERT INTO ROTAS (ID) VALUES ({})", id));
+    for (const auto& stop : stops) {
+      ExecuteSqlCmd(Conn(),
+                    fmt::format("INSERT INTO PARADAS (ID, ROTA_ID, CLIENTE_ID, END_RUA, "
+                                "END_NUMERO, END_OBS) VALUES ({}, {}, {}, '{}', {}, "
+                                "'obs {}')",
+                                stop.id, id, stop.cliente ? std::to_string(stop.cliente) : "NULL",
+                                stop.rua, stop.id, stop.id));
+      for (const double peso : stop.pesos) {
+        ExecuteSqlCmd(Conn(), fmt::format("INSERT INTO VOLUMES (ID, PARADA_ID, PESO) VALUES "
+                                          "({}, {}, {})",
+                                          ++volumeId, stop.id, peso));
+      }
+    }
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.name);
+    insertRoute(++rotaId, c.stops);
+    TakeTrace();
+    const auto rota = Get<TRota>(rotaId);
+    EXPECT_EQ(TakeTrace().size(), c.statements);
+
+    ASSERT_EQ(rota->Paradas.Count(), c.stops.size());
+    for (size_t i = 0; i < c.stops.size(); ++i) {
+      const TStopRow& stop = c.stops[i];
+      const TParada& parada = *rota->Paradas[i];
+      EXPECT_EQ(parada.Codigo, stop.id) << "the database's order";
+      EXPECT_EQ(parada.GetParent(), rota.get());
+      EXPECT_EQ(parada.Rota, rotaId);
+      ASSERT_NE(parada.Endereco, nullptr);
+      EXPECT_EQ(parada.Endereco->Codigo, stop.id);
+      EXPECT_EQ(parada.Endereco->Rua, stop.rua);
+      EXPECT_EQ(parada.Endereco->Numero, stop.id);
+      EXPECT_EQ(parada.Endereco->Obs, fmt::format("obs {}", stop.id));
+      EXPECT_EQ(parada.Cliente != nullptr, stop.cliente != 0);
+      if (parada.Cliente) {
+        EXPECT_EQ(parada.Cliente->Codigo, stop.cliente);
+        EXPECT_EQ(parada.Cliente->GetParent(), &parada);
+        ASSERT_NE(parada.Cliente->Cidade, nullptr);
+        EXPECT_EQ(parada.Cliente->Cidade->GetParent(), parada.Cliente.get());
+      }
+      std::vector<double> pesos;
+      for (size_t v = 0; v < parada.Volumes.Count(); ++v) {
+        pesos.push_back(parada.Volumes[v]->Peso);
+        EXPECT_EQ(parada.Volumes[v]->GetParent(), &parada);
+      }
+      EXPECT_EQ(pesos, stop.pesos);
+      // The same object as one read on its own, by its identifier.
+      EXPECT_EQ(marshal.Marshal(parada),
+                marshal.Marshal(*GetDataObject(Conn(), stop.id, &TParada::StaticType())));
+    }
+  }
+
+  // A member missing one or two levels down fails as the stop's own read does.
+  const std::string foreignKey = Scalar(
+      "SELECT TRIM(C.RDB$CONSTRAINT_NAME) FROM RDB$RELATION_CONSTRAINTS C JOIN "
+      "RDB$INDEX_SEGMENTS S ON S.RDB$INDEX_NAME = C.RDB$INDEX_NAME WHERE C.RDB$RELATION_NAME = "
+      "'CLIENTES' AND C.RDB$CONSTRAINT_TYPE = 'FOREIGN KEY' AND S.RDB$FIELD_NAME = 'CIDADE_ID'");
+  if (!foreignKey.empty()) {
+    ExecuteSqlCmd(Conn(), "ALTER TABLE CLIENTES DROP CONSTRAINT " + foreignKey);
+  }
+  ExecuteSqlCmd(Conn(), "INSERT INTO CLIENTES (ID, NOME, CIDADE_ID) VALUES (500, 'Davi', 321)");
+  const std::string wrap =
+      "Erro ao atribuir valor na propriedade \"Cliente\" da classe "
+      "\"TParada\".\r\n";
+  const struct {
+    std::vector<TStopRow> stops;
+    std::string message;  // of the read of the last stop
+  } failures[] = {
+      {{{90, ana, "", {}}, {91, 123, "", {}}},
+       wrap + "Objeto inexistente no repositório. ID: 123. Classe: TCliente"},
+      {{{80, ana, "", {}}, {81, 500, "", {}}},
+       wrap + "Erro ao atribuir valor na propriedade \"Cidade\" da classe \"TCliente\".\r\n"
+              "Objeto inexistente no repositório. ID: 321. Classe: TCidade"},
+  };
+  for (const auto& f : failures) {
+    insertRoute(++rotaId, f.stops);
+    EXPECT_EQ(MessageOf([&] { GetDataObject(Conn(), f.stops.back().id, &TParada::StaticType()); }),
+              f.message);
+    EXPECT_EQ(MessageOf([&] { GetDataObject(Conn(), rotaId, &TRota::StaticType()); }), f.message);
+  }
 }
 
 TEST_F(ListsTest, UpdateSynchronisesTheList) {

@@ -43,6 +43,21 @@ void RegisterTestClasses() {
     DefineClass<TNota>("Tests", Annotation("NOTAS"))
         .Key("ID")
         .Prop("Linhas", &TNota::Linhas, Annotation("NOTA_ID").Host<TNota>());
+    DefineClass<TVolume>("Tests", Annotation("VOLUMES"))
+        .Key("ID")
+        .Prop("Parada", &TVolume::Parada, Annotation("PARADA_ID").References<TParada>())
+        .Prop("Peso", &TVolume::Peso, Annotation("PESO"));
+    DefineClass<TParada>("Tests", Annotation("PARADAS"))
+        .Key("ID")
+        .Prop("Rota", &TParada::Rota, Annotation("ROTA_ID").References<TRota>())
+        .Prop("Cliente", &TParada::Cliente, Annotation("CLIENTE_ID"))
+        .Prop("Endereco", &TParada::Endereco,
+              Annotation("END").Skill(TPropertySkill::psEmbedded).Host<TParada>())
+        .Prop("Volumes", &TParada::Volumes, Annotation("PARADA_ID").Host<TParada>());
+    DefineClass<TRota>("Tests", Annotation("ROTAS"))
+        .Key("ID")
+        .Prop("Nome", &TRota::Nome, Annotation("NOME").Size(40))
+        .Prop("Paradas", &TRota::Paradas, Annotation("ROTA_ID").Host<TRota>());
     DefineClass<TFantasma>("Tests", Annotation("FANTASMAS"))
         .Key("ID")
         .Prop("Linhas", &TFantasma::Linhas, Annotation("FANTASMA_ID").Host<TFantasma>());
@@ -72,6 +87,13 @@ const char* const kTestTables[] = {
     "CREATE SEQUENCE GEN_AMOSTRAS",
     "CREATE TABLE NOTAS (ID INTEGER NOT NULL PRIMARY KEY)",
     "CREATE TABLE LINHAS (ID INTEGER NOT NULL PRIMARY KEY, TEXTO VARCHAR(40))",
+    "CREATE TABLE ROTAS (ID INTEGER NOT NULL PRIMARY KEY, NOME VARCHAR(40))",
+    "CREATE TABLE PARADAS (ID INTEGER NOT NULL PRIMARY KEY, ROTA_ID INTEGER, CLIENTE_ID INTEGER, "
+    "END_RUA VARCHAR(80), END_NUMERO INTEGER, END_BAIRRO VARCHAR(60), "
+    "END_OBS BLOB SUB_TYPE 1 SEGMENT SIZE 4096 CHARACTER SET ISO8859_1)",
+    "CREATE INDEX IX_PARADAS_ROTA ON PARADAS (ROTA_ID)",
+    "CREATE TABLE VOLUMES (ID INTEGER NOT NULL PRIMARY KEY, PARADA_ID INTEGER, PESO DOUBLE "
+    "PRECISION)",
 };
 
 }  // namespace

@@ -68,6 +68,31 @@ class TNota : public TBaseDataObject {
   TObjectList<TLinha> Linhas;
 };
 
+// ROTAS -> PARADAS -> VOLUMES: list items with a composed client (who has a composed city), a
+// hosted address (END_* columns of PARADAS) and a list of their own.
+class TVolume : public TBaseDataObject {
+  ZO_DATA_CLASS(TVolume, TBaseDataObject)
+ public:
+  TForeignKey Parada;
+  double Peso = 0;
+};
+
+class TParada : public TBaseDataObject {
+  ZO_DATA_CLASS(TParada, TBaseDataObject)
+ public:
+  TForeignKey Rota;
+  std::unique_ptr<demo::TCliente> Cliente;
+  std::unique_ptr<demo::TEndereco> Endereco;
+  TObjectList<TVolume> Volumes;
+};
+
+class TRota : public TBaseDataObject {
+  ZO_DATA_CLASS(TRota, TBaseDataObject)
+ public:
+  std::string Nome;
+  TObjectList<TParada> Paradas;
+};
+
 // A class whose table was never created.
 class TFantasma : public TBaseDataObject {
   ZO_DATA_CLASS(TFantasma, TBaseDataObject)

@@ -76,6 +76,8 @@ class ZO_EXPORT TDataObjectInfoDB : public TDataObjectInfo {
   THandle ModuleHandle() const { return FSchemaContext.moduleHandle; }
   const std::string& SqlInsTpl() const { return FSqlInsTpl; }
   const std::string& SqlSelTpl() const { return FSqlSelTpl; }
+  // The columns of the select template, key first, comma-separated.
+  const std::string& SelectList() const { return FSelectList; }
 
   // The column declaration of one property, e.g. "NOME VARCHAR(60) NOT NULL".
   std::string GetFieldDecl(const TRttiProperty* prop, const std::string& prefix) const;
@@ -129,6 +131,7 @@ class ZO_EXPORT TDataObjectInfoDB : public TDataObjectInfo {
   std::string FHostKeyName;
   std::string FSqlInsTpl;
   std::string FSqlSelTpl;
+  std::string FSelectList;
 };
 
 }  // namespace zo
