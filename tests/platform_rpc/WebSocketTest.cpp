@@ -154,18 +154,24 @@ TEST(WebSocketTest, AnUnansweredCallbackTimesOutAsAnAbort) {
   EXPECT_EQ(client->Call("Echo"), json::object());
 }
 
+// With room for two queued calls, reading stops behind the slow first call and must resume as
+// each call ends; meanwhile another client is served at once.
 TEST(WebSocketTest, OneClientsCallsRunInArrivalOrderWithoutStallingAnother) {
-  TestServer server;
+  RpcServerOptions options;
+  options.maxQueuedCalls = 2;
+  TestServer server(options);
   auto slow = server.Client();
   auto quick = server.Client();
   slow->SendText(R"({"jsonrpc":"2.0","id":1,"method":"Sleep","params":{"ms":500}})");
-  slow->SendText(R"({"jsonrpc":"2.0","id":2,"method":"Echo"})");
+  for (int id = 2; id <= 20; ++id) {
+    slow->SendText(R"({"jsonrpc":"2.0","id":)" + std::to_string(id) + R"(,"method":"Echo"})");
+  }
   ASSERT_TRUE(server.journal().WaitForEvent("call Sleep"));
 
   const auto start = std::chrono::steady_clock::now();
   EXPECT_EQ(quick->Call("Echo", {{"q", 1}}), json({{"q", 1}}));
   EXPECT_LT(std::chrono::steady_clock::now() - start, 300ms);
-  for (int id = 1; id <= 2; ++id) EXPECT_EQ(Receive(*slow)["id"], id);
+  for (int id = 1; id <= 20; ++id) EXPECT_EQ(Receive(*slow)["id"], id);
 }
 
 }  // namespace
