@@ -6,8 +6,6 @@
 namespace zo::testing {
 namespace {
 
-using demo::TCidade;
-
 class CatalogTest : public PersistenceTest {};
 
 TEST_F(CatalogTest, TablesAndColumnsAreFoundWhateverTheCase) {
@@ -94,17 +92,6 @@ TEST_F(CatalogTest, FailedStatementNamesItsFirst256Characters) {
                Exception)
       << "an empty line is run too, and fails";
   EXPECT_EQ(Scalar("SELECT LIST(ID) FROM T1"), "1") << "the first failure stops the run";
-}
-
-TEST_F(CatalogTest, ClosedOrNeverOpenedConnectionRaises) {
-  TDBXConnection neverOpened;
-  EXPECT_THROW(TableExists(neverOpened, "CIDADES"), Exception);
-  EXPECT_THROW(GetDataObject(neverOpened, 1, &TCidade::StaticType()), Exception);
-
-  TDBXConnection& closed = Conn();
-  sql_->Close();
-  EXPECT_EQ(MessageOf([&] { ExecuteSqlCmd(closed, "delete from CIDADES"); }),
-            "The database connection is not open\r\ndelete from CIDADES...");
 }
 
 }  // namespace
