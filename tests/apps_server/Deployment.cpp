@@ -21,29 +21,22 @@ constexpr auto kPoll = 20ms;
 constexpr auto kStartTimeout = 30s;
 constexpr auto kStopGrace = 15s;
 
-// The demo's sample data, then the city batches, in one script: one attachment, one commit.
+// The demo's sample data, then the batch of cities, in one script: one attachment, one commit.
 std::string SeedScript() {
-  std::string script = ReadText(ZO_DEMO_DATA_SQL);
-  script += fmt::format(
-      "\nSET TERM ^ ;\n"
-      "EXECUTE BLOCK AS\n"
-      "  DECLARE b INTEGER = 0;\n"
-      "  DECLARE i INTEGER;\n"
-      "BEGIN\n"
-      "  WHILE (b < {0}) DO BEGIN\n"
-      "    i = 0;\n"
-      "    WHILE (i < {1}) DO BEGIN\n"
-      "      INSERT INTO CIDADES (ID, NOME, UF, COD_IBGE)\n"
-      "        VALUES (100001 + :b * {1} + :i, 'Lote ' || :b || ' cidade ' || :i,\n"
-      "                'Z' || ASCII_CHAR(65 + :b), 0);\n"
-      "      i = i + 1;\n"
-      "    END\n"
-      "    b = b + 1;\n"
-      "  END\n"
-      "END^\n"
-      "SET TERM ; ^\n",
-      kBatches, kBatchSize);
-  return script;
+  return ReadText(ZO_DEMO_DATA_SQL) +
+         fmt::format(
+             "\nSET TERM ^ ;\n"
+             "EXECUTE BLOCK AS\n"
+             "  DECLARE i INTEGER = 0;\n"
+             "BEGIN\n"
+             "  WHILE (i < {0}) DO BEGIN\n"
+             "    INSERT INTO CIDADES (ID, NOME, UF, COD_IBGE)\n"
+             "      VALUES (100001 + :i, 'Lote cidade ' || :i, 'ZA', 0);\n"
+             "    i = i + 1;\n"
+             "  END\n"
+             "END^\n"
+             "SET TERM ; ^\n",
+             kBatchSize);
 }
 
 void ExpectToolSucceeded(int code, const fs::path& errors, const std::string& what) {
@@ -86,14 +79,10 @@ void Seed(const fs::path& root, const fs::path& io, const Customer& customer) {
 
 }  // namespace
 
-std::vector<int> CityBatchIds(int batch) {
-  std::vector<int> ids;
-  for (int i = 0; i < kBatchSize; ++i) ids.push_back(100001 + batch * kBatchSize + i);
+std::vector<int> CityBatchIds() {
+  std::vector<int> ids(kBatchSize);
+  for (int i = 0; i < kBatchSize; ++i) ids[i] = 100001 + i;
   return ids;
-}
-
-std::string CityBatchCondition(int batch) {
-  return fmt::format("UF = 'Z{}'", static_cast<char>('A' + batch));
 }
 
 Deployment::Deployment(const DeploymentOptions& options) {

@@ -59,17 +59,12 @@ struct Customer {
   std::string password;
 };
 
-// Two tenants with a first user each. ACME also gets the demo's sample data and a batch
-// of cities (see CityBatch).
+// Two tenants with a first user each. ACME also gets the demo's sample data and kBatchSize
+// cities with identifiers 100001 onwards (CityBatchIds), for a long DeleteArray.
 inline const Customer kAcme{"ACME", "ana", "s3nha da Ana"};
 inline const Customer kBeta{"BETA", "rui", "s3nha do Rui"};
-
-// Cities inserted in ACME before the server starts, for the long DeleteArray runs: batch k
-// holds kBatchSize cities with identifiers 100001 + k * kBatchSize onwards and UF "Z" + 'A'+k.
 inline constexpr int kBatchSize = 1000;
-inline constexpr int kBatches = 1;
-std::vector<int> CityBatchIds(int batch);
-std::string CityBatchCondition(int batch);  // "UF = 'ZA'" for batch 0
+std::vector<int> CityBatchIds();
 
 struct DeploymentOptions {
   std::vector<Customer> customers{kAcme, kBeta};

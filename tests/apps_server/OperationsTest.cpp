@@ -93,7 +93,7 @@ TEST(ServerLog, JsonLinesRecordEachCallAndTheStatementsOfSlowOnes) {
                          .seedAcme = true,
                          .serverArgs = {"--log-format", "json", "--slow-ms", "1"}});
   auto client = deployment.ConnectWs(kAcme);
-  client->Call("DeleteArray", {{"AClassName", "TCidade"}, {"jArray", CityBatchIds(0)}});
+  client->Call("DeleteArray", {{"AClassName", "TCidade"}, {"jArray", CityBatchIds()}});
   EXPECT_EQ(ErrorOf([&] {
               client->Call("Get", {{"AClassName", "TNada"}, {"id", 1}});
             }).Code(),

@@ -128,6 +128,12 @@ std::unique_ptr<TPedido> MakePedido() {
   return p;
 }
 
+struct Case {
+  const char* what;
+  const char* text;
+  const char* message;  // expected within the error
+};
+
 class JsonTest : public ::testing::Test {
  protected:
   void SetUp() override { RegisterDemoClasses(); }
@@ -153,6 +159,20 @@ class JsonTest : public ::testing::Test {
   template <class T>
   std::unique_ptr<T> Read(const std::string& text) const {
     return zo::StaticCastOwned<T>(unmarshal_.UnmarshalFromString(text));
+  }
+
+  // The message raised for `text`, or "" when nothing is raised.
+  std::string ErrorOf(const std::string& text) const {
+    try {
+      const auto object = zo::TJSONUnMarshal().UnmarshalFromString(text);
+      return "";
+    } catch (const zo::Exception& e) {
+      return e.what();
+    }
+  }
+  void ExpectError(const Case& c) const {
+    const std::string message = ErrorOf(c.text);
+    EXPECT_NE(message.find(c.message), std::string::npos) << c.what << ": " << message;
   }
 
   zo::TJSONMarshal marshal_;
@@ -244,7 +264,7 @@ namespace b64 = zo::base64;
 
 std::vector<uint8_t> Bytes(std::string_view s) { return {s.begin(), s.end()}; }
 
-TEST(Base64Test, StandardVectorsBothWays) {
+TEST(Base64Test, StandardVectorsBothWaysAndGarbageRefused) {
   const std::pair<const char*, const char*> vectors[] = {
       {"", ""},
       {"f", "Zg=="},
@@ -261,15 +281,10 @@ TEST(Base64Test, StandardVectorsBothWays) {
   const auto all = PatternBytes(1000);
   EXPECT_EQ(b64::Decode(b64::Encode(all)), all);
   EXPECT_EQ(b64::Encode(Bytes("\xff\xfe")), "//4=");
-}
-
-TEST(Base64Test, LineBreaksAndMissingPaddingAreAccepted) {
+  // Line breaks and missing padding are accepted; garbage is not.
   EXPECT_EQ(b64::Decode("Zm9v\r\nYmE="), Bytes("fooba"));
   EXPECT_EQ(b64::Decode("Zm9vYmE"), Bytes("fooba"));
   EXPECT_EQ(b64::Decode("Zg"), Bytes("f"));
-}
-
-TEST(Base64Test, GarbageIsRejected) {
   for (const char* bad : {"Zm9v!", "Z", "Zm9vY", "Zg=", "Zg===", "=Zg=", "Zg==Zg==", "Zm-v"}) {
     EXPECT_FALSE(b64::Decode(bad).has_value()) << bad;
   }
@@ -348,33 +363,7 @@ TEST_F(JsonTest, HelpersMapNullBothWaysAndUseFreshMarshallers) {
   EXPECT_EQ(zo::DataObjectToJSON(cidade.get()), json);  // numbering starts again per call
 }
 
-struct Case {
-  const char* what;
-  const char* text;
-  const char* message;  // expected within the error
-};
-
-class JsonErrorTest : public ::testing::Test {
- protected:
-  void SetUp() override { RegisterDemoClasses(); }
-
-  // The message raised for `text`, or "" when nothing is raised.
-  std::string ErrorOf(const std::string& text) const {
-    try {
-      const auto object = zo::TJSONUnMarshal().UnmarshalFromString(text);
-      return "";
-    } catch (const zo::Exception& e) {
-      return e.what();
-    }
-  }
-
-  void ExpectError(const Case& c) const {
-    const std::string message = ErrorOf(c.text);
-    EXPECT_NE(message.find(c.message), std::string::npos) << c.what << ": " << message;
-  }
-};
-
-TEST_F(JsonErrorTest, DocumentsThatAreNotDataObjects) {
+TEST_F(JsonTest, DocumentsThatAreNotDataObjects) {
   const Case cases[] = {
       {"malformed", R"({"type": "TCidade", )", "JSON inválido: "},
       {"huge number", R"({"type": "TCidade", "fields": {"Nome": 1e999}})", "JSON inválido: "},
@@ -392,7 +381,7 @@ TEST_F(JsonErrorTest, DocumentsThatAreNotDataObjects) {
   for (const auto& c : cases) ExpectError(c);
 }
 
-TEST_F(JsonErrorTest, FieldValuesOfTheWrongType) {
+TEST_F(JsonTest, FieldValuesOfTheWrongType) {
   const Case cases[] = {
       {"text", R"({"type":"TCidade","fields":{"Nome":5}})",
        "Campo \"Nome\" da classe \"TCidade\": esperado texto, veio número"},
@@ -423,7 +412,7 @@ TEST_F(JsonErrorTest, FieldValuesOfTheWrongType) {
   for (const auto& c : cases) ExpectError(c);
 }
 
-TEST_F(JsonErrorTest, HeldObjectsAndListItemsOfTheWrongClass) {
+TEST_F(JsonTest, HeldObjectsAndListItemsOfTheWrongClass) {
   const Case cases[] = {
       {"list item class",
        R"({"type":"TPedido","fields":{"Itens":[{"type":"TItemPedido"},{"type":"TCidade"}]}})",
@@ -442,20 +431,20 @@ TEST_F(JsonErrorTest, HeldObjectsAndListItemsOfTheWrongClass) {
   for (const auto& c : cases) ExpectError(c);
 }
 
-TEST_F(JsonErrorTest, NestingDepthIsBounded) {
+TEST_F(JsonTest, NestingDepthIsBounded) {
   std::string deep;
   for (int i = 0; i < 1000; ++i) deep += R"({"type":"TCategoria","fields":{"Filhas":[)";
   for (int i = 0; i < 1000; ++i) deep += "]}}";
   ExpectError({"deep", deep.c_str(), "JSON com objetos aninhados demais (limite 200)"});
 }
 
-TEST_F(JsonErrorTest, ParseErrorQuotingBadBytesIsStillWritableAsJson) {
+TEST_F(JsonTest, ParseErrorQuotingBadBytesIsStillWritableAsJson) {
   const std::string message = ErrorOf("{\"type\":\"TCidade\",\"fields\":{\"Nome\":\"\xFF\"}}");
   EXPECT_EQ(message.find("JSON inválido: "), 0u) << message;
   EXPECT_NO_THROW(nlohmann::json(message).dump());
 }
 
-TEST_F(JsonErrorTest, ValuesJsonCannotCarryAreRefusedWhenWriting) {
+TEST_F(JsonTest, ValuesJsonCannotCarryAreRefusedWhenWriting) {
   const zo::TJSONMarshal marshal;
   TCidade cidade;
   cidade.Nome = "S\xE3o Paulo";  // Latin-1, not UTF-8

@@ -170,7 +170,7 @@ TEST(WebSocketTest, OneClientsCallsRunInArrivalOrderWithoutStallingAnother) {
 
   const auto start = std::chrono::steady_clock::now();
   EXPECT_EQ(quick->Call("Echo", {{"q", 1}}), json({{"q", 1}}));
-  EXPECT_LT(std::chrono::steady_clock::now() - start, 300ms);
+  EXPECT_LT(std::chrono::steady_clock::now() - start, 400ms);
   for (int id = 1; id <= 20; ++id) EXPECT_EQ(Receive(*slow)["id"], id);
 }
 

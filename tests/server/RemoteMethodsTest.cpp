@@ -24,7 +24,7 @@ constexpr const char* kNotRegistered = "Classe não registrada \"TNada\"";
 constexpr const char* kNoDAOFor =
     "Método: TZoCustomServerModule.getDAO. Não há associação para a classe ";
 
-// A DAO that notes the callback each write finds and the identifiers DeleteArray receives.
+// A DAO that notes the callback each insert finds and the identifiers DeleteArray receives.
 class TSpyDAO : public TGenericDAO {
  public:
   using TGenericDAO::TGenericDAO;
@@ -32,15 +32,10 @@ class TSpyDAO : public TGenericDAO {
     insertSaw.push_back(CallBack());
     return TGenericDAO::Insert(obj);
   }
-  void Update(TBaseDataObject& obj) override {
-    updateSaw.push_back(CallBack());
-    TGenericDAO::Update(obj);
-  }
   void DeleteArray(const std::vector<int32_t>& ids, TDataObjectClass) override {
     deleteArrayIds = ids;
   }
   std::vector<const TZoCallback*> insertSaw;
-  std::vector<const TZoCallback*> updateSaw;
   std::vector<int32_t> deleteArrayIds;
 };
 
@@ -112,7 +107,7 @@ TEST_F(RemoteMethodsTest, WritesAndReadsFireTheirEventsAndLogTheirLines) {
   EXPECT_EQ(module->DefaultDAO()->CallBack(), nullptr) << "no DAO keeps a finished call's callback";
 }
 
-TEST_F(RemoteMethodsTest, InsertKeepsTheCallbackWhenNoneIsGivenAndUpdateNeedsOne) {
+TEST_F(RemoteMethodsTest, InsertKeepsTheCallbackWhenNoneIsGivenAndDeleteArrayReadsText) {
   TSpyDAO spy(module->SQLConnection());
   const TDataObjectClass cidade = &demo::TCidade::StaticType();
   ASSERT_TRUE(module->UnLinkDataClassFromDAO(cidade, nullptr));
@@ -120,26 +115,10 @@ TEST_F(RemoteMethodsTest, InsertKeepsTheCallbackWhenNoneIsGivenAndUpdateNeedsOne
   RecordingCallback application;  // one the application gave the DAO itself
 
   spy.SetCallBack(&application);
-  const int32_t id = InsertCidade("Natal", "RN");
+  InsertCidade("Natal", "RN");
   Call("Insert", {{"jObj", ObjectJson("DemoClasses.TCidade", {{"Nome", "Caicó"}, {"UF", "RN"}})}},
        &callback);
   EXPECT_EQ(spy.insertSaw, (std::vector<const TZoCallback*>{&application, &callback}));
-
-  // Without a callback Update clears the DAO's, changes nothing and still reports success.
-  spy.SetCallBack(&application);
-  module->log.clear();
-  module->events.clear();
-  Call("Update", {{"jObj", ObjectJson("DemoClasses.TCidade",
-                                      {{"Codigo", id}, {"Nome", "Mossoró"}, {"UF", "RN"}})}});
-  EXPECT_TRUE(spy.updateSaw.empty());
-  EXPECT_EQ(spy.CallBack(), nullptr);
-  EXPECT_EQ(QueryString(*module->SQLConnection(),
-                        "select NOME from CIDADES where ID = " + std::to_string(id)),
-            "Natal");
-  EXPECT_EQ(module->events, std::vector<TModuleEvent>{meUPDATE});
-  EXPECT_EQ(module->log,
-            (std::vector<LogLine>{{"Update(" + std::to_string(id) + ", DemoClasses.TCidade)",
-                                   TTipoLogger::tlAlteracao, 0}}));
 
   // DeleteArray reads each element's text; what is not a number becomes -1.
   module->log.clear();
