@@ -84,12 +84,14 @@ bool SameIgnoringCase(std::string_view a, std::string_view b) {
 
 }  // namespace
 
-ColumnLayout::ColumnLayout(Firebird::IMessageMetadata* metadata) {
+ColumnLayout::ColumnLayout(Firebird::IStatement* statement) {
+  fb::Status status;
+  auto* s = status.Throwing();
+  metadata_ = fb::Ref<Firebird::IMessageMetadata>(statement->getOutputMetadata(s));
+  Firebird::IMessageMetadata* const metadata = metadata_.get();
   if (metadata == nullptr) {
     return;
   }
-  fb::Status status;
-  auto* s = status.Throwing();
   const unsigned count = metadata->getCount(s);
   columns_.reserve(count);
   for (unsigned i = 0; i < count; ++i) {

@@ -35,7 +35,8 @@ void StatementCache::Return(PreparedStatement& prepared) noexcept {
     prepared.statement.Reset();
     return;
   }
-  Give(prepared.cacheKey, Entry{std::move(prepared.statement), std::move(prepared.input)});
+  Give(prepared.cacheKey, Entry{std::move(prepared.statement), std::move(prepared.input),
+                                std::move(prepared.output), std::move(prepared.message)});
 }
 
 void StatementCache::Clear() noexcept {

@@ -9,6 +9,7 @@
 #include <unordered_map>
 #include <vector>
 
+#include "platform/db/ColumnLayout.h"
 #include "platform/db/FbHandles.h"
 #include "platform/db/StatementInput.h"
 
@@ -22,7 +23,8 @@ struct PreparedStatement {
   std::string cacheKey;
   std::shared_ptr<const StatementInput> input;
   std::vector<unsigned char> message;
-  bool reused = false;  // prepared before this execution
+  std::shared_ptr<const ColumnLayout> output;  // read by the first cursor over the statement
+  bool reused = false;                         // prepared before this execution
 
   Firebird::IMessageMetadata* InputMetadata() const { return input ? input->Metadata() : nullptr; }
   unsigned char* InputMessage() { return message.empty() ? nullptr : message.data(); }
@@ -37,6 +39,8 @@ class StatementCache {
   struct Entry {
     fb::Statement statement;  // empty: the lifted text does not prepare
     std::shared_ptr<const StatementInput> input;
+    std::shared_ptr<const ColumnLayout> output;  // null until a cursor has read it
+    std::vector<unsigned char> message;          // the last run's, its storage reused
   };
 
   explicit StatementCache(std::size_t capacity) : capacity_(capacity) {}
