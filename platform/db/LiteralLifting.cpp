@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <string_view>
+#include <utility>
 
 namespace zo::db {
 namespace {
@@ -197,31 +198,6 @@ struct Scope {
   bool selectList = false;  // between SELECT and its FROM, nested parentheses included
 };
 
-// Scopes nest as deep as the text's parentheses; most texts need only a few.
-class Scopes {
- public:
-  Scope& Top() { return depth_ < kKept ? kept_[depth_] : deeper_[depth_ - kKept]; }
-  void Push(Scope s) {
-    ++depth_;
-    if (depth_ < kKept) {
-      kept_[depth_] = s;
-    } else {
-      deeper_.push_back(s);
-    }
-  }
-  void Pop() {
-    if (depth_ == 0) return;
-    if (depth_ >= kKept) deeper_.pop_back();
-    --depth_;
-  }
-
- private:
-  static constexpr std::size_t kKept = 16;
-  Scope kept_[kKept];
-  std::vector<Scope> deeper_;
-  std::size_t depth_ = 0;
-};
-
 StatementKind KindOf(const Token& first, const Token& second) {
   if (first.type != TokenType::Word) return StatementKind::MetadataChanging;
   switch (first.word) {
@@ -240,13 +216,6 @@ StatementKind KindOf(const Token& first, const Token& second) {
       return StatementKind::MetadataChanging;
   }
 }
-
-// What reading the whole text once gives: its kind and, when asked for, its lifted form
-// (nothing for a text the scanner cannot read).
-struct Reading {
-  StatementKind kind = StatementKind::MetadataChanging;
-  std::optional<LiftedStatement> lifted;
-};
 
 // A literal lifted once the token after it shows that it ends its operand.
 struct Candidate {
@@ -267,12 +236,14 @@ void Lift(const std::string& sql, const Candidate& c, std::size_t& copied,
 
 // `lift`: build the lifted form of a data statement; `anyKind`: of any statement (reading on
 // past what settles the kind).
-Reading Read(const std::string& sql, bool lift, bool anyKind) {
-  Reading reading;
+StatementAnalysis Read(const std::string& sql, bool lift, bool anyKind) {
+  StatementAnalysis reading{StatementKind::MetadataChanging, std::nullopt};
   Scanner scanner(sql);
   LiftedStatement lifted;
   if (lift) lifted.text.reserve(sql.size() + 8);
-  Scopes scopes;
+  std::vector<Scope> scopes;
+  scopes.reserve(8);
+  scopes.emplace_back();
   Token first;
   Token p2;  // the token before p1
   Token p1;  // the token before t
@@ -281,13 +252,15 @@ Reading Read(const std::string& sql, bool lift, bool anyKind) {
   std::optional<Candidate> candidate;
   std::size_t copied = 0;  // sql[0, copied) is already in lifted.text
   for (std::size_t index = 0;; ++index, p2 = p1, p1 = t) {
-    if (!scanner.Next(t)) return {};  // unreadable: assume the worst
+    if (!scanner.Next(t)) {
+      return {StatementKind::MetadataChanging, std::nullopt};  // unreadable: assume the worst
+    }
     if (index == 0) {
       first = t;
     } else if (index == 1) {
       reading.kind = KindOf(first, t);
       if (reading.kind == StatementKind::MetadataChanging && !anyKind) return reading;
-      block = IsWord(t, Keyword::Block);
+      block = reading.kind == StatementKind::Procedural && IsWord(t, Keyword::Block);
       lift = lift && (anyKind || reading.kind == StatementKind::Data);
     } else if (block && IsWord(p1, Keyword::Execute) && IsWord(t, Keyword::Statement)) {
       reading.kind = StatementKind::MetadataChanging;  // dynamic SQL may change metadata
@@ -300,26 +273,26 @@ Reading Read(const std::string& sql, bool lift, bool anyKind) {
     if (t.type == TokenType::End) break;
     if (IsSymbol(t, '(')) {
       const bool afterListWord = IsWord(p1, Keyword::Values) || IsWord(p1, Keyword::In);
-      const bool selectList = scopes.Top().selectList;
-      scopes.Push({afterListWord, selectList});  // IIF(A = 1, ...) too
+      const bool selectList = scopes.back().selectList;
+      scopes.push_back({afterListWord, selectList});  // IIF(A = 1, ...) too
       continue;
     }
     if (IsSymbol(t, ')')) {
-      scopes.Pop();
+      if (scopes.size() > 1) scopes.pop_back();
       continue;
     }
     if (t.type == TokenType::Word) {
-      if (t.word == Keyword::Select) scopes.Top().selectList = true;
-      if (t.word == Keyword::From) scopes.Top().selectList = false;
+      if (t.word == Keyword::Select) scopes.back().selectList = true;
+      if (t.word == Keyword::From) scopes.back().selectList = false;
       continue;
     }
-    if (!lift || index == 0 || scopes.Top().selectList) continue;
+    if (!lift || index == 0 || scopes.back().selectList) continue;
     if (t.type != TokenType::Number && t.type != TokenType::String) continue;
     // A sign right after the operator belongs to the number.
     const bool hasSign = t.type == TokenType::Number && index >= 2 &&
                          (IsSymbol(p1, '-') || IsSymbol(p1, '+')) && p1.end == t.begin;
     const Token& before = hasSign ? p2 : p1;
-    const bool listItem = (IsSymbol(before, '(') || IsSymbol(before, ',')) && scopes.Top().list;
+    const bool listItem = (IsSymbol(before, '(') || IsSymbol(before, ',')) && scopes.back().list;
     if (!(IsComparison(before) || listItem)) continue;
     candidate = Candidate{t.type == TokenType::String ? Literal::Type::String
                                                       : Literal::Type::Number,
@@ -334,8 +307,7 @@ Reading Read(const std::string& sql, bool lift, bool anyKind) {
 }  // namespace
 
 StatementAnalysis AnalyzeStatement(const std::string& sql, bool lift) {
-  Reading reading = Read(sql, lift, false);
-  return {reading.kind, std::move(reading.lifted)};
+  return Read(sql, lift, false);
 }
 
 StatementKind ClassifyStatement(const std::string& sql) { return Read(sql, false, false).kind; }
