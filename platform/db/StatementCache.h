@@ -6,6 +6,7 @@
 #include <list>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <unordered_map>
 #include <vector>
 
@@ -33,7 +34,9 @@ struct PreparedStatement {
 // Least recently used first out, at most `capacity` entries; capacity 0 keeps nothing. A
 // statement is taken out while it runs (a reader may keep it for a while), so two readers of the
 // same text never share one; returning a second copy of a text already kept frees it. An entry
-// without a statement records a text whose lifted form did not prepare.
+// without a statement records a text whose lifted form did not prepare. A taken entry keeps its
+// place (and its key's storage) until it is given back, so running a kept statement allocates
+// nothing here.
 class StatementCache {
  public:
   struct Entry {
@@ -53,13 +56,18 @@ class StatementCache {
   void Return(PreparedStatement& prepared) noexcept;
   // Frees every kept statement (metadata changed, or the attachment is ending).
   void Clear() noexcept;
+  // Entries kept, taken ones included.
   std::size_t Size() const { return index_.size(); }
 
  private:
-  using Order = std::list<std::pair<std::string, Entry>>;
+  struct Slot {
+    Entry entry;
+    bool taken = false;
+  };
+  using Order = std::list<std::pair<const std::string, Slot>>;
   std::size_t capacity_;
   Order order_;  // most recently given first
-  std::unordered_map<std::string, Order::iterator> index_;
+  std::unordered_map<std::string_view, Order::iterator> index_;  // keys viewed in order_
 };
 
 // The capacity a new connection's cache gets: ZO_STATEMENT_CACHE_SIZE when set (0 turns reuse

@@ -62,6 +62,8 @@ TEST(StatementCacheTest, KeepsAtMostItsCapacityAndDropsTheLeastRecentlyUsed) {
   EXPECT_FALSE(found);
   cache.Take("a", found);
   EXPECT_TRUE(found);
+  cache.Take("a", found);
+  EXPECT_FALSE(found) << "a taken statement is not handed out twice";
 }
 
 TEST(LiteralLifting, LiftsOnlyValuesItIsSureOf) {
