@@ -5,10 +5,10 @@
 #include <filesystem>
 #include <fstream>
 
-#include "examples/demo/DemoClasses.h"
 #include <zo/platform/db/SQLConnection.h>
 #include <zo/server/CustomServerModule.h>
 #include <zo/server/UserPasswords.h>
+#include "examples/demo/DemoClasses.h"
 
 #include "tests/apps_schema/ToolRunner.h"
 #include "tests/script/ScriptTestSupport.h"
@@ -48,9 +48,7 @@ TEST(SchemaTool, CommandLineHelpAndExitCodes) {
   };
   usage({"frobnicate"}, "unknown command: frobnicate");
   usage({"create"}, "missing option --db");
-  usage({"create", "--db"}, "--db: 1 required TEXT missing");
   usage({"create", "--db", "x.fdb", "--force"}, "not expected: --force");
-  usage({"create", "--db=x.fdb", "--db=y.fdb"}, "--db: At Most 1 required but received 2");
   usage({"apply", "--db", "x.fdb"}, "missing argument SCRIPT");
   usage({"script", "extra"}, "unexpected argument: extra");
   usage({"customer", "remove", "X"}, "unknown subcommand: customer remove");
@@ -160,8 +158,8 @@ TEST(SchemaTool, ChangedClassesMigrateWithDiffAndApply) {
   const auto run = [&](std::vector<std::string> args) { return RunChangedSchema(args, dir); };
   const auto diff = run({"diff", "--db", "ZO.FDB"});
   ASSERT_EQ(diff.exitCode, 0) << diff.err;
-  EXPECT_TRUE(Contains(diff.out, "CREATE TABLE FORNECEDORES")) << diff.out;
-  EXPECT_TRUE(Contains(diff.out, "DDD")) << diff.out;
+  EXPECT_TRUE(Contains(diff.out, "CREATE TABLE FORNECEDORES_INTERNACIONAIS")) << diff.out;
+  EXPECT_TRUE(Contains(diff.out, "ALTER TABLE CIDADES ADD POPULACAO INTEGER;")) << diff.out;
   EXPECT_FALSE(Contains(diff.out, "SENHA_HASH"));
   WriteFile((dir / "migration.sql").string(), diff.out);
 
@@ -174,8 +172,9 @@ TEST(SchemaTool, ChangedClassesMigrateWithDiffAndApply) {
   EXPECT_EQ(after.exitCode, 0) << after.err;
   EXPECT_EQ(after.out, "");
   auto connection = database.Connect();
-  ExecuteSql(*connection, "insert into FORNECEDORES (ID, NOME, CIDADE_ID) values (1, 'F', null)");
-  ExecuteSql(*connection, "update CIDADES set DDD = '081'");
+  ExecuteSql(*connection,
+             "insert into FORNECEDORES_INTERNACIONAIS (ID, NOME, CIDADE_ID) values (1, 'F', null)");
+  ExecuteSql(*connection, "update CIDADES set POPULACAO = 1");
 }
 
 // A database made before its unique columns had constraints: the migration adds the missing
@@ -231,8 +230,7 @@ std::set<std::string> Entries(const fs::path& dir) {
 // checked against the hash in the customer's database (as zo-server's authenticator does),
 // then the module of that customer and user opens the database and finds the user.
 void ExpectServerAccepts(const fs::path& root, const std::string& customer,
-                         const std::string& login, const std::string& password,
-                         bool admin = true) {
+                         const std::string& login, const std::string& password, bool admin = true) {
   demo::RegisterDemoClasses();
   const CurrentDirectory inRoot(root);
   {

@@ -3,7 +3,6 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -140,58 +139,6 @@ TEST_F(ServerIntegrity, ValidateRefusesWhatInsertRefusesWithTheSameMessage) {
   const json natal = Object("TCidade", {{"Nome", "Natal"}, {"UF", "RN"}});
   EXPECT_TRUE(Call("Validate", {{"jObj", natal}}).is_null());
 }
-
-// The module's methods over WebSocket and over HTTP alike: parameters, results and errors.
-class ServerRemoteMethods : public LiveServerTest,
-                            public ::testing::WithParamInterface<std::string> {
- protected:
-  static void SetUpTestSuite() { StartServer({}); }
-  static void TearDownTestSuite() { StopServer(); }
-  void SetUp() override {
-    LiveServerTest::SetUp();
-    remote_ = ConnectRemote(Live(), GetParam(), kAcme);
-  }
-  json Call(const std::string& method, const json& params = json::object()) {
-    return remote_->Call(method, params);
-  }
-  json Get(int id) { return Call("Get", {{"AClassName", "TCidade"}, {"id", id}}); }
-
-  std::unique_ptr<Remote> remote_;
-};
-
-TEST_P(ServerRemoteMethods, CityGoesThroughEveryWriteAndTheActionReportsProgress) {
-  const std::string nome = "Recife-" + GetParam();  // both runs share the suite's database
-  const int id = Call("Insert", {{"jObj", Object("TCidade", {{"Nome", nome}, {"UF", "PE"}})}});
-  json city = Get(id);
-  EXPECT_EQ(city["type"], "DemoClasses.TCidade");
-  EXPECT_EQ(city["fields"]["Nome"], nome);
-  EXPECT_TRUE(Get(99999).is_null());
-  EXPECT_EQ(Call("GetCount", {{"AClassName", "TCidade"}, {"ACondition", "Nome = '" + nome + "'"}}),
-            1);
-  // Update stores only when the client asks for a callback.
-  city["fields"]["Nome"] = nome + "Antigo";
-  EXPECT_TRUE(Call("Update", {{"jObj", city}}).is_null());
-  EXPECT_EQ(Get(id)["fields"]["Nome"], nome);
-  EXPECT_TRUE(Call("Update", {{"jObj", city}, {"Callback", true}}).is_null());
-  EXPECT_EQ(Get(id)["fields"]["Nome"], nome + "Antigo");
-  EXPECT_TRUE(Call("Delete", {{"AClassName", "TCidade"}, {"id", id}}).is_null());
-  EXPECT_TRUE(Get(id).is_null());
-
-  EXPECT_TRUE(Call("RecalcularTotais", {{"Callback", true}}).is_number());
-  if (GetParam() == "ws") {
-    const auto& commands = remote_->Commands();
-    EXPECT_TRUE(std::any_of(commands.begin(), commands.end(), [](const json& command) {
-      return ShortType(command) == "TWaitScreenCommandTitle" &&
-             command["fields"]["Text"] == "Recalculando totais dos pedidos";
-    })) << json(commands);
-  }
-  EXPECT_STREQ(ErrorOf([&] { Call("GetRecords", {{"ProviderName", "dspNada"}}); }).what(),
-               "Provedor não encontrado: dspNada");
-  EXPECT_TRUE(Call("Release").is_null());
-}
-
-INSTANTIATE_TEST_SUITE_P(Transports, ServerRemoteMethods, ::testing::Values("ws", "http"),
-                         [](const auto& info) { return info.param; });
 
 }  // namespace
 }  // namespace zo::testing

@@ -3,10 +3,7 @@
 
 #include <gtest/gtest.h>
 
-#include <fcntl.h>
-#include <poll.h>
 #include <signal.h>
-#include <unistd.h>
 
 #include <chrono>
 #include <cstdlib>
@@ -36,43 +33,6 @@ namespace {
 
 using namespace std::chrono_literals;
 
-// Both ends of a pipe, closed at scope exit.
-class Pipe {
- public:
-  Pipe() {
-    if (::pipe2(fds_, O_CLOEXEC) != 0) fds_[0] = fds_[1] = -1;
-  }
-  ~Pipe() {
-    CloseWriteEnd();
-    if (fds_[0] >= 0) ::close(fds_[0]);
-  }
-  Pipe(const Pipe&) = delete;
-  Pipe& operator=(const Pipe&) = delete;
-  int ReadEnd() const { return fds_[0]; }
-  int WriteEnd() const { return fds_[1]; }
-  void CloseWriteEnd() {
-    if (fds_[1] >= 0) ::close(fds_[1]);
-    fds_[1] = -1;
-  }
-  // The first line written, waiting at most `timeout`; "" on timeout or end of file.
-  std::string ReadLine(std::chrono::milliseconds timeout) const {
-    std::string line;
-    const auto deadline = std::chrono::steady_clock::now() + timeout;
-    while (std::chrono::steady_clock::now() < deadline) {
-      pollfd readable{fds_[0], POLLIN, 0};
-      if (::poll(&readable, 1, 50) <= 0) continue;
-      char c = 0;
-      if (::read(fds_[0], &c, 1) != 1) break;
-      if (c == '\n') return line;
-      line += c;
-    }
-    return "";
-  }
-
- private:
-  int fds_[2];
-};
-
 TEST(ServerStartStop, RefusesToStartWithoutARootConfigurationOrWithBadOptions) {
   const TempDir root;
   const auto run = [&](const std::vector<std::string>& args) {
@@ -97,8 +57,8 @@ TEST(ServerStartStop, RefusesToStartWithoutARootConfigurationOrWithBadOptions) {
   for (const auto& config : configs) {
     std::ofstream(root.Path() / "zo.conf") << config.text;
     EXPECT_EQ(run({"--config", (root.Path() / "zo.conf").string()}), 1) << config.text;
-    EXPECT_NE(ReadText(root.Path() / "err").find("zo-server: " + (root.Path() / "zo.conf").string() +
-                                                  " " + config.message),
+    EXPECT_NE(ReadText(root.Path() / "err")
+                  .find("zo-server: " + (root.Path() / "zo.conf").string() + " " + config.message),
               std::string::npos)
         << ReadText(root.Path() / "err");
   }
@@ -111,13 +71,16 @@ TEST(ServerStartStop, RefusesToStartWithoutARootConfigurationOrWithBadOptions) {
 TEST(ServerStartStop, SigtermRightAfterTheAnnouncementStopsCleanly) {
   const TempDir root;
   std::ofstream(root.Path() / "conn.conf") << "User_Name=SYSDBA\nPassword=masterkey\n";
+  const auto output = root.Path() / "out";
   for (int attempt = 0; attempt < 25; ++attempt) {
-    Pipe output;
     ChildProcess server(ZO_SERVER_BIN,
                         {"--root", root.Path().string(), "--port", "0", "--log-level", "off"},
-                        {.outputFd = output.WriteEnd()});
-    output.CloseWriteEnd();
-    ASSERT_NE(output.ReadLine(30s).find("listening on ws://127.0.0.1:"), std::string::npos);
+                        {.output = output});
+    // Read without pausing, so that the signal follows the line as closely as it can.
+    const auto deadline = std::chrono::steady_clock::now() + 30s;
+    while (ReadText(output).find("listening on ws://127.0.0.1:") == std::string::npos) {
+      ASSERT_LT(std::chrono::steady_clock::now(), deadline) << ReadText(output);
+    }
     server.Signal(SIGTERM);
     ASSERT_EQ(server.Wait(15s), 0) << "attempt " << attempt;
   }
@@ -127,13 +90,17 @@ TEST(ServerStartStop, SigtermRightAfterTheAnnouncementStopsCleanly) {
 // statements.
 
 TEST(ServerLog, JsonLinesRecordEachCallAndTheStatementsOfSlowOnes) {
-  Deployment deployment({.customers = {kAcme}, .seedAcme = true,
+  Deployment deployment({.customers = {kAcme},
+                         .seedAcme = true,
                          .serverArgs = {"--log-format", "json", "--slow-ms", "1"}});
   auto client = deployment.ConnectWs(kAcme);
   client->Call("DeleteArray", {{"AClassName", "TCidade"}, {"jArray", CityBatchIds(0)}});
-  EXPECT_EQ(ErrorOf([&] { client->Call("Get", {{"AClassName", "TNada"}, {"id", 1}}); }).Code(),
+  EXPECT_EQ(ErrorOf([&] {
+              client->Call("Get", {{"AClassName", "TNada"}, {"id", 1}});
+            }).Code(),
             -32000);
-  ASSERT_TRUE(deployment.Server().WaitForLog(R"("method":"Get")", 10s)) << deployment.Server().Log();
+  ASSERT_TRUE(deployment.Server().WaitForLog(R"("method":"Get")", 10s))
+      << deployment.Server().Log();
 
   std::istringstream lines(deployment.Server().Log());
   json call, slow, failed;
@@ -178,11 +145,11 @@ TEST(ServerTls, ServesTrustingClientsOnlyAndPingsSilentOnesAway) {
   const TempDir certs;
   ASSERT_NO_FATAL_FAILURE(MakeCertificate(certs.Path()));
   const fs::path cert = certs.Path() / "cert.pem";
-  Deployment live({.customers = {kAcme},
-                   .seedAcme = false,
-                   .serverArgs = {"--tls-cert", cert.string(), "--tls-key",
-                                  (certs.Path() / "key.pem").string(), "--ping-timeout", "2",
-                                  "--log-level", "debug"}});
+  Deployment live(
+      {.customers = {kAcme},
+       .seedAcme = false,
+       .serverArgs = {"--tls-cert", cert.string(), "--tls-key", (certs.Path() / "key.pem").string(),
+                      "--ping-timeout", "2", "--log-level", "debug"}});
   EXPECT_NE(live.Server().Output().find("listening on wss://"), std::string::npos);
 
   auto options = ClientOptions();
@@ -229,9 +196,9 @@ TEST(ServiceUnit, SystemdAnalyzeVerifiesItWithoutAWarning) {
 
   const TempDir dir;
   std::ofstream(dir.Path() / "zo-server.service") << unit;
-  const int code = RunTool("/usr/bin/systemd-analyze",
-                           {"verify", (dir.Path() / "zo-server.service").string()},
-                           {dir.Path(), {}, dir.Path() / "out", dir.Path() / "err"}, 60s);
+  const int code =
+      RunTool("/usr/bin/systemd-analyze", {"verify", (dir.Path() / "zo-server.service").string()},
+              {dir.Path(), {}, dir.Path() / "out", dir.Path() / "err"}, 60s);
   const std::string report = ReadText(dir.Path() / "out") + ReadText(dir.Path() / "err");
   EXPECT_EQ(code, 0) << report;
   EXPECT_EQ(report, "") << "systemd ignores what it warns about";
@@ -256,8 +223,8 @@ HttpAnswer Get(std::uint16_t port, const std::string& target) {
   boost::beast::flat_buffer buffer;
   http::response<http::string_body> response;
   http::read(socket, buffer, response);
-  return {static_cast<int>(response.result_int()),
-          std::string(response[http::field::content_type]), response.body()};
+  return {static_cast<int>(response.result_int()), std::string(response[http::field::content_type]),
+          response.body()};
 }
 
 // Every sample of a scrape by its full name with labels, e.g.
@@ -291,9 +258,10 @@ TEST(OpsEndpoints, MetricsCountTheCallsAndTheClientsThatMadeThem) {
   }
   EXPECT_EQ(ErrorOf([&] { ws->Call("NoSuchMethod"); }).Code(), -32601);
   auto intruder = deployment.OpenHttp();
-  EXPECT_EQ(ErrorOf([&] { intruder->Connect({{"customer", "ACME"}, {"user", "ana"},
-                                             {"password", "senha-errada-123"}}); })
-                .Code(),
+  EXPECT_EQ(ErrorOf([&] {
+              intruder->Connect(
+                  {{"customer", "ACME"}, {"user", "ana"}, {"password", "senha-errada-123"}});
+            }).Code(),
             -32000);
 
   const auto after = Scrape(port);

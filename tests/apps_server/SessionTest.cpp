@@ -1,8 +1,10 @@
-// Tenants and session lifetimes: each customer reaches only its own database, and a session
-// that ends (idle HTTP token, closed socket) takes its module and database connection with it.
+// Tenants and session lifetimes: each customer reaches only its own database, every method
+// works over both transports, and a session that ends (idle HTTP token, closed socket) takes its
+// module and database connection with it.
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <chrono>
 #include <string>
 #include <thread>
@@ -45,6 +47,45 @@ TEST_F(ServerTenants, EachCustomerSeesOnlyItsOwnDatabase) {
   acme->Call("Insert", {{"jObj", City("TenantACME")}});
   EXPECT_EQ(CountNamed(*acme, "TenantACME"), 1);
   EXPECT_EQ(CountNamed(*beta, "TenantACME"), 0);
+}
+
+// The module's methods over WebSocket and over HTTP alike: parameters, results and errors.
+TEST_F(ServerTenants, EveryWriteAndAnActionWorkOverBothTransports) {
+  for (const std::string transport : {"ws", "http"}) {
+    const auto remote = ConnectRemote(Live(), transport, kAcme);
+    const auto get = [&](int id) {
+      return remote->Call("Get", {{"AClassName", "TCidade"}, {"id", id}});
+    };
+    const std::string nome = "Recife-" + transport;
+    const int id = remote->Call("Insert", {{"jObj", City(nome)}});
+    json city = get(id);
+    EXPECT_EQ(city["type"], "DemoClasses.TCidade");
+    EXPECT_EQ(city["fields"]["Nome"], nome);
+    EXPECT_TRUE(get(99999).is_null());
+    // Update stores only when the client asks for a callback.
+    city["fields"]["Nome"] = nome + "Antigo";
+    EXPECT_TRUE(remote->Call("Update", {{"jObj", city}}).is_null());
+    EXPECT_EQ(get(id)["fields"]["Nome"], nome);
+    EXPECT_TRUE(remote->Call("Update", {{"jObj", city}, {"Callback", true}}).is_null());
+    EXPECT_EQ(get(id)["fields"]["Nome"], nome + "Antigo");
+    EXPECT_TRUE(remote->Call("Delete", {{"AClassName", "TCidade"}, {"id", id}}).is_null());
+    EXPECT_TRUE(get(id).is_null());
+
+    EXPECT_TRUE(remote->Call("RecalcularTotais", {{"Callback", true}}).is_number());
+    const auto& commands = remote->Commands();  // HTTP has no way back
+    EXPECT_EQ(transport == "ws", std::any_of(commands.begin(), commands.end(),
+                                             [](const json& c) {
+                                               return ShortType(c) == "TWaitScreenCommandTitle" &&
+                                                      c["fields"]["Text"] ==
+                                                          "Recalculando totais dos pedidos";
+                                             }))
+        << json(commands);
+    EXPECT_STREQ(ErrorOf([&] {
+                   remote->Call("GetRecords", {{"ProviderName", "dspNada"}});
+                 }).what(),
+                 "Provedor não encontrado: dspNada");
+    EXPECT_TRUE(remote->Call("Release").is_null());
+  }
 }
 
 // A server with a one-second idle timeout for HTTP sessions and the debug log, which tells when

@@ -7,16 +7,16 @@
 
 #include <fmt/format.h>
 
-#include <functional>
 #include <memory>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include <zo/core/Exceptions.h>
-#include "examples/demo/DemoClasses.h"
 #include <zo/persistence/ZoServerUtils.h>
+#include "examples/demo/DemoClasses.h"
 #include "tests/support/DemoDatabase.h"
+#include "tests/support/MessageOf.h"
 #include "tests/support/RecordingCallback.h"
 
 namespace zo::testing {
@@ -78,15 +78,5 @@ class DaoTest : public ::testing::Test {
   std::vector<std::string> trace_;
   RecordingCallback callback_;
 };
-
-// The message of the zo::Exception that `action` raises ("(no exception)" when none).
-inline std::string MessageOf(const std::function<void()>& action) {
-  try {
-    action();
-  } catch (const Exception& e) {
-    return e.what();
-  }
-  return "(no exception)";
-}
 
 }  // namespace zo::testing

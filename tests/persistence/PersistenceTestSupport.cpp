@@ -64,15 +64,6 @@ void RegisterTestClasses() {
   });
 }
 
-std::string MessageOf(const std::function<void()>& action) {
-  try {
-    action();
-  } catch (const Exception& e) {
-    return e.what();
-  }
-  return "(no exception)";
-}
-
 namespace {
 
 const char* const kTestTables[] = {

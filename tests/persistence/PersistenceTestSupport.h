@@ -20,6 +20,7 @@
 #include "examples/demo/DemoClasses.h"
 #include <zo/persistence/ZoServerUtils.h>
 #include "tests/support/DemoDatabase.h"
+#include "tests/support/MessageOf.h"
 
 namespace zo::testing {
 
@@ -128,8 +129,5 @@ class PersistenceTest : public ::testing::Test {
   std::unique_ptr<TSQLConnection> sql_;
   std::vector<std::string> trace_;
 };
-
-// The message of the zo::Exception that `action` raises ("(no exception)" when none).
-std::string MessageOf(const std::function<void()>& action);
 
 }  // namespace zo::testing

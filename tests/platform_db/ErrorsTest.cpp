@@ -5,6 +5,7 @@
 #include <zo/core/Exceptions.h>
 #include <zo/platform/db/DatabaseError.h>
 #include "tests/platform_db/DbTestSupport.h"
+#include "tests/support/MessageOf.h"
 
 namespace zo::testing {
 namespace {
@@ -14,16 +15,6 @@ namespace {
     return ::testing::AssertionSuccess();
   }
   return ::testing::AssertionFailure() << "\"" << part << "\" not in \"" << text << "\"";
-}
-
-template <class Fn>
-std::string ErrorOf(Fn fn) {
-  try {
-    fn();
-  } catch (const Exception& e) {
-    return e.what();
-  }
-  return "(no error)";
 }
 
 // Firebird's whole text reaches the caller, and its codes tell what kind of failure it was.
@@ -73,30 +64,30 @@ TEST_F(SqlLayerTest, FirebirdErrorsCarryTheirTextAndCategory) {
     }
   }
   // Every line of Firebird's status, not just the first.
-  EXPECT_TRUE(Contains(ErrorOf([&] { Update(conn_, "DELETE FROM A"); }), "\n-"));
+  EXPECT_TRUE(Contains(MessageOf([&] { Update(conn_, "DELETE FROM A"); }), "\n-"));
 }
 
 // A statement cut inside a quoted literal: the engine leaves the position unset, so the true
 // end of the statement is reported; a NUL never reaches the engine at all.
 TEST_F(SqlLayerTest, UnterminatedLiteralsAndNulsGetTrueAnswers) {
   Open(conn_);
-  EXPECT_TRUE(Contains(ErrorOf([&] { Query(conn_, "SELECT 1 FROM RDB$DATABASE\nWHERE 'é = x"); }),
+  EXPECT_TRUE(Contains(MessageOf([&] { Query(conn_, "SELECT 1 FROM RDB$DATABASE\nWHERE 'é = x"); }),
                        "Unexpected end of command - line 2, column 13"));
   const std::string nul("SELECT 1 FROM RDB$DATABASE WHERE 'a\0' = 'a'", 43);
-  EXPECT_TRUE(Contains(ErrorOf([&] { Query(conn_, nul); }), "caractere nulo (U+0000)"));
+  EXPECT_TRUE(Contains(MessageOf([&] { Query(conn_, nul); }), "caractere nulo (U+0000)"));
 }
 
 TEST_F(SqlLayerTest, OpeningAMissingDatabaseNamesIt) {
   const std::string missing = dir_.File("missing.fdb");
   conn_.Params().SetValue("Database", missing);
   conn_.Params().SetValue("User_Name", "SYSDBA");
-  EXPECT_TRUE(Contains(ErrorOf([&] { conn_.Open(); }), missing));
+  EXPECT_TRUE(Contains(MessageOf([&] { conn_.Open(); }), missing));
   EXPECT_FALSE(conn_.Connected());
 }
 
 TEST_F(SqlLayerTest, ClosedOrNeverOpenedConnectionFailsCleanly) {
   EXPECT_FALSE(conn_.Connected());
-  EXPECT_TRUE(Contains(ErrorOf([&] { conn_.DBXConnection(); }), "not open"));
+  EXPECT_TRUE(Contains(MessageOf([&] { conn_.DBXConnection(); }), "not open"));
   conn_.Close();  // harmless when closed
 
   Open(conn_);
@@ -132,7 +123,7 @@ TEST_F(SqlLayerTest, ReaderOutlivingItsTransactionFailsCleanly) {
   auto reader = Query(conn_, "SELECT ID FROM T");
   ASSERT_TRUE(reader->Next());
   conn_.DBXConnection().CommitFreeAndNil(tx);
-  EXPECT_TRUE(Contains(ErrorOf([&] { reader->Next(); }), "transaction has ended"));
+  EXPECT_TRUE(Contains(MessageOf([&] { reader->Next(); }), "transaction has ended"));
   EXPECT_EQ(reader->GetInt32(0), 1);  // the row already fetched stays readable
 }
 

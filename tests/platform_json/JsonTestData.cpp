@@ -47,13 +47,13 @@ void FillCliente(TCliente& c) {
   c.Foto = std::make_unique<zo::TBitmap>(PatternBytes(300));
 }
 
-}  // namespace
-
 std::unique_ptr<TCliente> MakeCliente() {
   auto c = std::make_unique<TCliente>();
   FillCliente(*c);
   return c;
 }
+
+}  // namespace
 
 std::unique_ptr<TClienteVIP> MakeClienteVIP() {
   auto c = std::make_unique<TClienteVIP>();

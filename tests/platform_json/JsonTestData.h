@@ -11,7 +11,6 @@ namespace zo::testing {
 
 // Fully populated demo objects: every property set to something other than its default.
 std::unique_ptr<demo::TCidade> MakeCidade();
-std::unique_ptr<demo::TCliente> MakeCliente();
 std::unique_ptr<demo::TClienteVIP> MakeClienteVIP();
 std::unique_ptr<demo::TProduto> MakeProduto(size_t imageBytes);
 std::unique_ptr<demo::TCategoria> MakeCategoriaTree();

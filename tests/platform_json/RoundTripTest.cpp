@@ -4,12 +4,12 @@
 
 #include <nlohmann/json.hpp>
 
-#include "examples/demo/DemoClasses.h"
-#include "platform/json/JsonHelpers.h"
 #include <zo/core/Exceptions.h>
 #include <zo/core/Streams.h>
 #include <zo/platform/json/JSONMarshal.h>
 #include <zo/platform/json/JSONUnMarshal.h>
+#include "examples/demo/DemoClasses.h"
+#include "platform/json/JsonHelpers.h"
 
 #include "tests/platform_json/JsonTestData.h"
 
@@ -34,7 +34,7 @@ class JsonRoundTripTest : public ::testing::Test {
     return zo::StaticCastOwned<T>(std::move(back));
   }
 
-  // Every registered property alike, recursively: what a fresh marshaller writes of both.
+  // What a fresh marshaller writes of both.
   static void ExpectSameObject(const zo::TBaseDataObject& original,
                                const zo::TBaseDataObject& back) {
     EXPECT_EQ(zo::DataObjectToJSON(&back), zo::DataObjectToJSON(&original));
@@ -44,43 +44,31 @@ class JsonRoundTripTest : public ::testing::Test {
   zo::TJSONUnMarshal unmarshal_;
 };
 
-TEST_F(JsonRoundTripTest, OrderWithCustomerCityAddressItemsAndDates) {
-  const auto original = MakePedido();
-  const auto back = RoundTripAs<TPedido>(*original);
-  ExpectSameObject(*original, *back);
-
-  ASSERT_EQ(back->Itens.Count(), 3u);
-  // Items read back know the order that holds them; the link itself never travels.
-  EXPECT_EQ(back->Itens[0]->GetParent(), back.get());
-}
-
-TEST_F(JsonRoundTripTest, ProductWithLargeStreamAndNonAsciiTexts) {
-  const auto original = MakeProduto(40000);
-  const auto back = RoundTripAs<TProduto>(*original);
-  ExpectSameObject(*original, *back);
-  EXPECT_EQ(back->Imagem->Position(), 0);
-}
-
-TEST_F(JsonRoundTripTest, CategoryTreeKeepsNestedChildren) {
-  const auto original = MakeCategoriaTree();
-  const auto back = RoundTripAs<TCategoria>(*original);
-  ExpectSameObject(*original, *back);
-  ASSERT_EQ(back->Filhas.Count(), 2u);
-  ASSERT_EQ(back->Filhas[0]->Filhas.Count(), 1u);
-  EXPECT_EQ(back->Filhas[0]->Filhas[0]->GetParent(), back->Filhas[0]);
-}
-
-TEST_F(JsonRoundTripTest, DerivedClassKeepsItsClassAloneAndInsideAHolder) {
-  const auto vip = MakeClienteVIP();
-  const auto back = RoundTripAs<TClienteVIP>(*vip);
-  ExpectSameObject(*vip, *back);
-  EXPECT_NE(dynamic_cast<zo::TBitmap*>(back->Foto.get()), nullptr) << "a bitmap stays one";
-
-  auto pedido = MakePedido();
-  pedido->Cliente = MakeClienteVIP();
-  const auto pedidoBack = RoundTripAs<TPedido>(*pedido);
-  ExpectSameObject(*pedido, *pedidoBack);
-  ASSERT_NE(dynamic_cast<TClienteVIP*>(pedidoBack->Cliente.get()), nullptr);
+// Every registered property alike, through the text form; the links of list items to their
+// owner are rebuilt on reading, and a derived class stays itself, alone and inside a holder.
+TEST_F(JsonRoundTripTest, DemoObjectsComeBackWhole) {
+  auto pedidoVip = MakePedido();
+  pedidoVip->Cliente = MakeClienteVIP();
+  const std::unique_ptr<zo::TBaseDataObject> originals[] = {MakePedido(), MakeProduto(40000),
+                                                            MakeCategoriaTree(), MakeClienteVIP(),
+                                                            std::move(pedidoVip)};
+  for (const auto& original : originals) {
+    const auto back = RoundTrip(*original);
+    ASSERT_EQ(back->ClassType(), original->ClassType());
+    ExpectSameObject(*original, *back);
+  }
+  const auto pedido = RoundTripAs<TPedido>(*MakePedido());
+  ASSERT_EQ(pedido->Itens.Count(), 3u);
+  EXPECT_EQ(pedido->Itens[0]->GetParent(), pedido.get());
+  const auto tree = RoundTripAs<TCategoria>(*MakeCategoriaTree());
+  ASSERT_EQ(tree->Filhas[0]->Filhas.Count(), 1u);
+  EXPECT_EQ(tree->Filhas[0]->Filhas[0]->GetParent(), tree->Filhas[0]);
+  EXPECT_EQ(RoundTripAs<TProduto>(*MakeProduto(100))->Imagem->Position(), 0);
+  const auto vip = RoundTripAs<TClienteVIP>(*MakeClienteVIP());
+  EXPECT_NE(dynamic_cast<zo::TBitmap*>(vip->Foto.get()), nullptr) << "a bitmap stays one";
+  auto holder = MakePedido();
+  holder->Cliente = MakeClienteVIP();
+  EXPECT_NE(dynamic_cast<TClienteVIP*>(RoundTripAs<TPedido>(*holder)->Cliente.get()), nullptr);
 }
 
 // A stream that is not a memory stream takes the generic path: read whole, position restored.
@@ -120,7 +108,6 @@ TEST_F(JsonRoundTripTest, HelpersMapNullBothWaysAndUseFreshMarshallers) {
   EXPECT_EQ(zo::DataObjectToJSON(cidade.get()), json);  // numbering starts again per call
 }
 
-
 struct Case {
   const char* what;
   const char* text;
@@ -153,7 +140,6 @@ TEST_F(JsonErrorTest, DocumentsThatAreNotDataObjects) {
       {"huge number", R"({"type": "TCidade", "fields": {"Nome": 1e999}})", "JSON inválido: "},
       {"array", "[1, 2]", "JSON de objeto esperado, veio lista"},
       {"no type", R"({"fields": {}})", "sem o nome da classe em \"type\""},
-      {"type not text", R"({"type": 3})", "sem o nome da classe em \"type\""},
       {"unknown type", R"({"type": "DemoClasses.TNada"})",
        "Classe desconhecida no JSON: \"DemoClasses.TNada\""},
       {"unknown key", R"({"type": "TCidade", "campos": {}})",
@@ -187,11 +173,8 @@ TEST_F(JsonErrorTest, FieldValuesOfTheWrongType) {
        "Campo \"Unidade\" da classe \"TProduto\": esperado um caractere, veio \"kg\""},
       {"date", R"({"type":"TPedido","fields":{"DataEntrega":"2024-13-45"}})",
        "Campo \"DataEntrega\" da classe \"TPedido\": data inválida \"2024-13-45\""},
-      {"date kind", R"({"type":"TPedido","fields":{"Data":true}})", "esperado data"},
       {"base64", R"({"type":"TProduto","fields":{"Imagem":"TWFu!!"}})",
        "Campo \"Imagem\" da classe \"TProduto\": base64 inválido"},
-      {"stream kind", R"({"type":"TProduto","fields":{"Imagem":[1,2]}})",
-       "esperado texto base64, veio lista"},
       {"nested field names the nested class",
        R"({"type":"TPedido","fields":{"Cliente":{"type":"TCliente","fields":{
            "Cidade":{"type":"TCidade","fields":{"UF":null}}}}}})",
@@ -215,8 +198,6 @@ TEST_F(JsonErrorTest, HeldObjectsAndListItemsOfTheWrongClass) {
        R"({"type":"TPedido","fields":{"Cliente":{"type":"TUserObject"}}})",
        "Campo \"Cliente\" da classe \"TPedido\": esperado objeto da classe \"TCliente\", "
        "veio \"ZoCore.TUserObject\""},
-      {"held object as number", R"({"type":"TPedido","fields":{"Cliente":12}})",
-       "esperado objeto da classe \"TCliente\", veio número"},
   };
   for (const auto& c : cases) ExpectError(c);
 }

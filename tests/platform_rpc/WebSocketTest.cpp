@@ -1,12 +1,11 @@
 #include <gtest/gtest.h>
 
-#include <atomic>
 #include <future>
 #include <string>
 #include <vector>
 
-#include "FakeServer.h"
 #include <zo/platform/rpc/RpcError.h>
+#include "FakeServer.h"
 
 namespace zo::rpc::testing {
 namespace {
@@ -16,32 +15,23 @@ using namespace std::chrono_literals;
 
 json Receive(RpcClient& client) { return json::parse(client.ReceiveText()); }
 
-TEST(WebSocketTest, ConnectCallAndCloseDestroysTheSession) {
-  TestServer server;
-  auto client = server.Client(/*connect=*/false);
-  EXPECT_EQ(client->Connect(kCredentials), json::object());
-  EXPECT_EQ(server.journal().Live(), 1);
-  EXPECT_EQ(client->Call("Echo", {{"x", 1}, {"s", "ação"}}), json({{"x", 1}, {"s", "ação"}}));
-  EXPECT_EQ(client->Call("Who"), json({{"customer", "ACME"}, {"user", "ana"}}));
-
-  client->Close();
-  EXPECT_TRUE(server.journal().WaitForNoSession());
-}
-
-TEST(WebSocketTest, ConnectIsRequiredOnceAndRefusalsAreVerbatim) {
+TEST(WebSocketTest, ConnectIsRequiredOnceRefusalsAreVerbatimAndCloseDestroysTheSession) {
   TestServer server;
   auto client = server.Client(/*connect=*/false);
   EXPECT_EQ(ErrorOf([&] { client->Call("Echo"); }).Code(), codes::kNotConnected);
-
   json wrong = kCredentials;
   wrong["password"] = "guess";
   const RpcError refused = ErrorOf([&] { client->Connect(wrong); });
   EXPECT_EQ(refused.Code(), codes::kApplication);
   EXPECT_STREQ(refused.what(), "Usuário ou senha inválidos");
 
-  client->Connect(kCredentials);  // the same socket may try again
+  EXPECT_EQ(client->Connect(kCredentials), json::object());  // the same socket may try again
   EXPECT_EQ(ErrorOf([&] { client->Connect(kCredentials); }).Code(), codes::kAlreadyConnected);
   EXPECT_EQ(server.journal().Live(), 1);
+  EXPECT_EQ(client->Call("Echo", {{"x", 1}, {"s", "ação"}}), json({{"x", 1}, {"s", "ação"}}));
+  EXPECT_EQ(client->Call("Who"), json({{"customer", "ACME"}, {"user", "ana"}}));
+  client->Close();
+  EXPECT_TRUE(server.journal().WaitForNoSession());
 }
 
 TEST(WebSocketTest, MalformedMessagesGetStandardErrorsAndTheSocketStaysUsable) {
@@ -55,8 +45,8 @@ TEST(WebSocketTest, MalformedMessagesGetStandardErrorsAndTheSocketStaysUsable) {
   json reply = errorOf("{\"jsonrpc\": \"2.0\", \"id\": 1, ");
   EXPECT_EQ(reply["error"]["code"], codes::kParseError);
   EXPECT_TRUE(reply["id"].is_null());
-  EXPECT_EQ(errorOf("[1, 2]")["error"],
-            json({{"code", codes::kInvalidRequest}, {"message", "Batch requests are not supported"}}));
+  EXPECT_EQ(errorOf("[1, 2]")["error"], json({{"code", codes::kInvalidRequest},
+                                              {"message", "Batch requests are not supported"}}));
   reply = errorOf(R"({"id": 8, "method": "Echo"})");  // no "jsonrpc"
   EXPECT_EQ(reply["error"]["code"], codes::kInvalidRequest);
   EXPECT_EQ(reply["id"], 8);

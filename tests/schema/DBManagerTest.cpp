@@ -1,4 +1,5 @@
-// The comparison of two hand-built models into a migration script.
+// The comparison of two hand-built models into a migration script (new tables, in their four
+// passes, are the migrations run on Firebird).
 #include <gtest/gtest.h>
 
 #include <zo/schema/DBManager.h>
@@ -50,24 +51,6 @@ class DBManagerTest : public ::testing::Test {
   TModuleStruct wanted;   // the classes
   TDataBaseManager manager;
 };
-
-TEST_F(DBManagerTest, NewTablesComeFirstInFourPasses) {
-  Table(current, "A", "TA");
-  TTableStruct& b = Table(wanted, "B", "TB");
-  AddForeignKey(b, "FK_B", "A_ID", "A", "ID");
-  Table(wanted, "A", "TA");
-  Table(wanted, "C", "TC");
-  AddColumn(b, "A_ID", TDBRType::dbsInteger);
-  // Tables of the classes already present in the database are left to the comparison.
-  EXPECT_EQ(Script(),
-            (Lines{"CREATE TABLE B (", "   A_ID INTEGER,", "   ID INTEGER NOT NULL", ");", "",
-                   "CREATE TABLE C (", "   ID INTEGER NOT NULL", ");", "",
-                   "ALTER TABLE B ADD CONSTRAINT PK_B PRIMARY KEY (ID);",
-                   "ALTER TABLE C ADD CONSTRAINT PK_C PRIMARY KEY (ID);",
-                   "ALTER TABLE B ADD CONSTRAINT FK_B FOREIGN KEY (A_ID) REFERENCES A (ID);",
-                   "CREATE SEQUENCE GEN_B; ALTER SEQUENCE GEN_B RESTART WITH 0;",
-                   "CREATE SEQUENCE GEN_C; ALTER SEQUENCE GEN_C RESTART WITH 0;"}));
-}
 
 TEST_F(DBManagerTest, ColumnTypeChanges) {
   TTableStruct& now = Table(current, "T", "TT");
@@ -218,19 +201,6 @@ TEST_F(DBManagerTest, MissingUniqueConstraintsAreAddedLast) {
   EXPECT_EQ(Script(), (Lines{"ALTER TABLE T ADD EMAIL INTEGER;",
                              "ALTER TABLE T ADD CONSTRAINT TEMAIL UNIQUE (EMAIL);",
                              "ALTER TABLE T ADD CONSTRAINT TVIP UNIQUE (VIP);"}));
-}
-
-TEST_F(DBManagerTest, FindOperations) {
-  TTableStruct& t = Table(wanted, "CLIENTES", "TCliente");
-  const TForeignKeyStruct& key = AddForeignKey(t, "FK_A", "A_ID", "A", "ID");
-  TTableStruct& x = Extension(wanted, "clientes", "TClienteVIP");
-
-  EXPECT_EQ(TDataBaseManager::findTableStructByClassname("TCLIENTEVIP", &wanted), &x);
-  EXPECT_EQ(TDataBaseManager::findTableStructByTablename("Clientes", &wanted),
-            (TConstTableRefs{&t, &x}));
-  EXPECT_EQ(TDataBaseManager::findFK("FK_A", &t), &key);
-  EXPECT_EQ(TDataBaseManager::findFK("fk_a", &t), nullptr);  // constraint names: exact case
-  EXPECT_EQ(TDataBaseManager::findDuplicateFK(key, &t), nullptr);  // itself is not a duplicate
 }
 
 }  // namespace

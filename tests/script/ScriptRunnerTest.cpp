@@ -1,13 +1,10 @@
-// TSQLScriptRunner: its fixed settings, database creation, the error handlers and their log,
-// and a creation script run a second time over its own database.
+// TSQLScriptRunner: its fixed settings, database creation, the error handlers and their log
+// (the parse-error message and a creation script run twice are zo-schema's tests).
 
 #include <gtest/gtest.h>
 
 #include <filesystem>
 
-#include <zo/dbstruct/DBStructClasses.h>
-#include "examples/demo/DemoClasses.h"
-#include <zo/mapping/ServerClasses.h>
 #include <zo/schema/DBScriptRunner.h>
 #include "tests/script/ScriptTestSupport.h"
 #include "tests/support/DemoDatabase.h"
@@ -72,16 +69,6 @@ TEST_F(ScriptRunner, CreatedDatabaseUsesTheSuppliedDefaultTransaction) {
   EXPECT_EQ(runner_.IBDataBase().DefaultTransaction(), nullptr);
 }
 
-TEST_F(ScriptRunner, ParseErrorMessage) {
-  try {
-    runner_.parseError(&runner_.IBScript(), "Token unknown", "CREATE TABL X", 12);
-    FAIL();
-  } catch (const Exception& e) {
-    EXPECT_STREQ(e.what(), "Erro ao executar script: Token unknown. CREATE TABL X. Linha12");
-  }
-  EXPECT_FALSE(std::filesystem::exists(kScriptErrorLogFile));  // nothing is logged
-}
-
 // The log's lines, each entry starting with "Erro: " (Firebird's texts span lines).
 std::vector<std::string> LogEntries() {
   std::vector<std::string> entries;
@@ -93,15 +80,6 @@ std::vector<std::string> LogEntries() {
     }
   }
   return entries;
-}
-
-int CountEntries(const std::vector<std::string>& entries, const std::string& phrase,
-                 const std::string& verdict) {
-  int n = 0;
-  for (const auto& e : entries) {
-    if (e.find(phrase) != std::string::npos && e.ends_with(verdict)) ++n;
-  }
-  return n;
 }
 
 TEST_F(ScriptRunner, ScriptErrorHandlerLogsAndDecides) {
@@ -138,38 +116,6 @@ TEST_F(ScriptRunner, ScriptErrorHandlerLogsAndDecides) {
   EXPECT_EQ(entries[2].rfind("Erro: attempt to store duplicate value", 0), 0u) << entries[2];
   EXPECT_TRUE(entries[2].ends_with(" - Linha: 4 - Ignorado: True")) << entries[2];
   EXPECT_EQ(entries[3], "Erro: " + stopError + " - Linha: 5 - Ignorado: False");
-}
-
-TEST_F(ScriptRunner, CreationScriptRunTwiceSkipsSequencesAndStopsAtADuplicateRow) {
-  demo::RegisterDemoClasses();
-  std::vector<TDataObjectClass> classes;
-  for (auto cls : demo::DemoTableClasses()) {
-    if (cls != &demo::TClienteVIP::StaticType()) classes.push_back(cls);  // no extension
-  }
-  const auto module = TDataObjectInfoDB::GenerateDataBaseStruct(HInstance, "DEMO", classes);
-  std::string script = TDataObjectInfoDB::GenerateScriptDataBase(*module);
-  script += "INSERT INTO CIDADES (ID, NOME, UF) VALUES (1, 'Recife', 'PE');\r\n";
-  CreateDatabase();
-  runner_.getSQLScript() = testing::ToLines(script);
-  runner_.IBScript().ExecuteScript();
-  testing::ExecuteSql(runner_.IBDataBase().Connection(),
-                      "select next value for GEN_CIDADES from RDB$DATABASE");
-
-  std::string stopError;
-  try {
-    runner_.IBScript().ExecuteScript();
-    FAIL() << "the duplicate row should stop the second run";
-  } catch (const Exception& e) {
-    stopError = e.what();
-  }
-  const auto entries = LogEntries();
-  ASSERT_GE(entries.size(), 2u);
-  EXPECT_EQ(CountEntries(entries, "-Sequence GEN_", "True"), 7);
-  EXPECT_TRUE(entries.back().ends_with("Ignorado: False"));
-  EXPECT_NE(stopError.find("violation of PRIMARY or UNIQUE KEY constraint"), std::string::npos);
-  EXPECT_EQ(entries.back().rfind("Erro: " + stopError + " - Linha: ", 0), 0u);
-  // The rerun restarted the sequences: the reason the schema tool guards against it.
-  EXPECT_EQ(QueryInt(*Observer(), "select gen_id(GEN_CIDADES, 0) from RDB$DATABASE"), 0);
 }
 
 TEST_F(ScriptRunner, NewDataBaseReadsConnConfOfTheCurrentDirectory) {

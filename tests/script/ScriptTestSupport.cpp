@@ -1,10 +1,8 @@
 #include "tests/script/ScriptTestSupport.h"
 
 #include <fstream>
-#include <sstream>
 
-#include <zo/core/Text.h>
-#include <zo/platform/db/DBXCommand.h>
+#include "tests/support/DemoDatabase.h"
 
 namespace zo::testing {
 
@@ -24,31 +22,6 @@ std::vector<std::string> ReadLines(const std::string& path) {
 
 void WriteFile(const std::string& path, const std::string& content) {
   std::ofstream(path, std::ios::binary) << content;
-}
-
-std::vector<std::string> ToLines(const std::string& script) {
-  std::vector<std::string> lines = text::Split(script, '\n');
-  for (auto& line : lines) {
-    if (!line.empty() && line.back() == '\r') line.pop_back();
-  }
-  return lines;
-}
-
-std::string QueryString(TSQLConnection& connection, const std::string& sql) {
-  auto command = connection.DBXConnection().CreateCommand();
-  command->SetText(sql);
-  auto reader = command->ExecuteQuery();
-  return reader->Next() ? reader->GetString(0) : std::string("<no row>");
-}
-
-int QueryInt(TSQLConnection& connection, const std::string& sql) {
-  return text::StrToInt(QueryString(connection, sql));
-}
-
-void ExecuteSql(TSQLConnection& connection, const std::string& sql) {
-  auto command = connection.DBXConnection().CreateCommand();
-  command->SetText(sql);
-  command->ExecuteUpdate();
 }
 
 int UserTableCount(TSQLConnection& connection) {

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <filesystem>
-#include <memory>
 #include <string>
 #include <vector>
 
@@ -38,13 +37,7 @@ class InTempDirTest : public ::testing::Test {
 // Lines of a text file ("" when it is missing).
 std::vector<std::string> ReadLines(const std::string& path);
 void WriteFile(const std::string& path, const std::string& content);
-// The script's text as lines, as a script component holds them.
-std::vector<std::string> ToLines(const std::string& script);
 
-// Single values and row counts through the SQL layer.
-std::string QueryString(TSQLConnection& connection, const std::string& sql);
-int QueryInt(TSQLConnection& connection, const std::string& sql);
-void ExecuteSql(TSQLConnection& connection, const std::string& sql);
 // Tables made by users (not Firebird's own).
 int UserTableCount(TSQLConnection& connection);
 

@@ -44,19 +44,19 @@ class AuthorizationTest : public ModuleTest {
     const auto setup = OpenConnection(db.Path());
     EnsurePasswordColumn(setup->DBXConnection());
     EnsureRoleColumn(setup->DBXConnection());
-    Exec(*setup,
-         "insert into USUARIOS(ID, LOGIN, NOME, PAPEL) values(1, 'chefe', 'Chefe', 'admin')");
-    Exec(*setup, "insert into USUARIOS(ID, LOGIN, NOME) values(2, 'ana', 'Ana')");
-    Exec(*setup, "alter sequence GEN_USUARIOS restart with 10");
+    ExecuteSql(*setup,
+               "insert into USUARIOS(ID, LOGIN, NOME, PAPEL) values(1, 'chefe', 'Chefe', 'admin')");
+    ExecuteSql(*setup, "insert into USUARIOS(ID, LOGIN, NOME) values(2, 'ana', 'Ana')");
+    ExecuteSql(*setup, "alter sequence GEN_USUARIOS restart with 10");
     admin = MakeModule("", "chefe");
     user = MakeModule("", "ana");
     RecordedRefusals::Get().list.clear();
   }
   // Login:role of every user, to see that refused calls changed nothing.
   std::string Users() {
-    return Scalar(*admin->SQLConnection(),
-                  "select list(ID || ':' || LOGIN || ':' || coalesce(PAPEL, ''), ',') from "
-                  "(select * from USUARIOS order by ID)");
+    return QueryString(*admin->SQLConnection(),
+                       "select list(ID || ':' || LOGIN || ':' || coalesce(PAPEL, ''), ',') from "
+                       "(select * from USUARIOS order by ID)");
   }
   // The message of a call ("" when it succeeds).
   std::string Outcome(TRecordingModule& module, const std::string& method, const json& params) {
@@ -150,7 +150,8 @@ TEST_F(AuthorizationTest, KeysStampsAndAuthorsAreTheServers) {
       {{"jObj", ObjectJson("DemoClasses.TCidade", {{"Codigo", 999}, {"Nome", "X"}, {"UF", "PE"}})}},
       nullptr);
   EXPECT_NE(id, 999);
-  EXPECT_EQ(Scalar(*user->SQLConnection(), "select count(*) from CIDADES where ID = 999"), "0");
+  EXPECT_EQ(QueryString(*user->SQLConnection(), "select count(*) from CIDADES where ID = 999"),
+            "0");
   // Nor do the keys of list items: a stored item of another record is never taken over.
   const auto categoria = [](const std::string& nome, json filhas) {
     return ObjectJson("DemoClasses.TCategoria", {{"Nome", nome}, {"Filhas", std::move(filhas)}});
@@ -158,21 +159,21 @@ TEST_F(AuthorizationTest, KeysStampsAndAuthorsAreTheServers) {
   const int mae = user->CallMethod(
       "Insert", {{"jObj", categoria("Mãe", {categoria("Filha", json::array())})}}, nullptr);
   const std::string filha =
-      Scalar(*user->SQLConnection(), "select ID from CATEGORIAS where NOME = 'Filha'");
+      QueryString(*user->SQLConnection(), "select ID from CATEGORIAS where NOME = 'Filha'");
   json roubo = categoria("Outra", json::array());
   roubo["fields"]["Filhas"].push_back(
       ObjectJson("DemoClasses.TCategoria", {{"Codigo", std::stoi(filha)}, {"Nome", "Roubada"}}));
   user->CallMethod("Insert", {{"jObj", roubo}}, nullptr);
-  EXPECT_EQ(
-      Scalar(*user->SQLConnection(), "select PAI_ID || NOME from CATEGORIAS where ID = " + filha),
-      std::to_string(mae) + "Filha");
+  EXPECT_EQ(QueryString(*user->SQLConnection(),
+                        "select PAI_ID || NOME from CATEGORIAS where ID = " + filha),
+            std::to_string(mae) + "Filha");
 
   const json cliente = ObjectJson("DemoClasses.TCliente", {{"Nome", "Bia"}, {"Email", "b@x"}});
   const int clienteId = user->CallMethod("Insert", {{"jObj", cliente}}, nullptr);
   const auto stored = [&] {
-    return Scalar(*user->SQLConnection(),
-                  "select USUARIO_ID || ' ' || DATAHORA_INC from CLIENTES where ID = " +
-                      std::to_string(clienteId));
+    return QueryString(*user->SQLConnection(),
+                       "select USUARIO_ID || ' ' || DATAHORA_INC from CLIENTES where ID = " +
+                           std::to_string(clienteId));
   };
   const std::string original = stored();
   json forged = user->CallMethod("Get", {{"AClassName", "TCliente"}, {"id", clienteId}}, nullptr);
@@ -181,8 +182,8 @@ TEST_F(AuthorizationTest, KeysStampsAndAuthorsAreTheServers) {
   forged["fields"]["DataHoraInclusao"] = "2001-01-01T00:00:00.000";
   user->CallMethod("Update", {{"jObj", forged}}, &callback);
   EXPECT_EQ(stored(), original);
-  EXPECT_EQ(Scalar(*user->SQLConnection(),
-                   "select NOME from CLIENTES where ID = " + std::to_string(clienteId)),
+  EXPECT_EQ(QueryString(*user->SQLConnection(),
+                        "select NOME from CLIENTES where ID = " + std::to_string(clienteId)),
             "Bia Lima");
 }
 

@@ -58,18 +58,19 @@ TEST_F(DemoModuleTest, ProductsMustBeSellable) {
 }
 
 TEST_F(DemoModuleTest, RecalcularTotaisFixesWrongTotalsAndCanBeCancelled) {
-  Exec(Sql(), "insert into CLIENTES(ID, NOME) values(1, 'Ana')");
-  Exec(Sql(), "insert into PRODUTOS(ID, DESCRICAO, PRECO) values(1, 'Caneta', 10)");
-  Exec(Sql(), "insert into PEDIDOS(ID, NUMERO, CLIENTE_ID, TOTAL) values(1, 101, 1, 0)");
-  Exec(Sql(), "insert into PEDIDOS(ID, NUMERO, CLIENTE_ID, TOTAL) values(2, 102, 1, 7)");
+  ExecuteSql(Sql(), "insert into CLIENTES(ID, NOME) values(1, 'Ana')");
+  ExecuteSql(Sql(), "insert into PRODUTOS(ID, DESCRICAO, PRECO) values(1, 'Caneta', 10)");
+  ExecuteSql(Sql(), "insert into PEDIDOS(ID, NUMERO, CLIENTE_ID, TOTAL) values(1, 101, 1, 0)");
+  ExecuteSql(Sql(), "insert into PEDIDOS(ID, NUMERO, CLIENTE_ID, TOTAL) values(2, 102, 1, 7)");
   const char* item =
       "insert into ITENS_PEDIDO(ID, PEDIDO_ID, PRODUTO_ID, QUANTIDADE, PRECO_UNITARIO) "
       "values({}, {}, 1, {}, {})";
-  Exec(Sql(), fmt::format(fmt::runtime(item), 1, 1, 2, 10));
-  Exec(Sql(), fmt::format(fmt::runtime(item), 2, 1, 1, 5.5));
-  Exec(Sql(), fmt::format(fmt::runtime(item), 3, 2, 1, 7));
+  ExecuteSql(Sql(), fmt::format(fmt::runtime(item), 1, 1, 2, 10));
+  ExecuteSql(Sql(), fmt::format(fmt::runtime(item), 2, 1, 1, 5.5));
+  ExecuteSql(Sql(), fmt::format(fmt::runtime(item), 3, 2, 1, 7));
   const auto total = [&](int id) {
-    return std::stod(Scalar(Sql(), fmt::format("select TOTAL from PEDIDOS where ID = {}", id)));
+    return std::stod(
+        QueryString(Sql(), fmt::format("select TOTAL from PEDIDOS where ID = {}", id)));
   };
 
   RecordingCallback cancelling;

@@ -32,7 +32,8 @@ TEST_F(ModuleLifecycleTest, EmptyCustomerUsesTheDefaultConfAsItStands) {
   EXPECT_EQ(module->clearLogCalls, 1);
   EXPECT_EQ(module->events, std::vector<TModuleEvent>{meCONNECT});
   EXPECT_EQ(module->GetDAO("TUser"), module->DefaultDAO());
-  Exec(*module->SQLConnection(), "insert into CIDADES(ID, NOME, UF) values(1, 'Recife', 'PE')");
+  ExecuteSql(*module->SQLConnection(),
+             "insert into CIDADES(ID, NOME, UF) values(1, 'Recife', 'PE')");
   const json rows = module->CallMethod("GetRecords", {{"ProviderName", "dspCidades"}}, nullptr);
   EXPECT_EQ(rows, json::parse(R"([{"ID":"1","NOME":"Recife","UF":"PE"}])"));
 }
@@ -89,8 +90,8 @@ TEST_F(ModuleLifecycleTest, LoginFindsTheUserOrLeavesItNil) {
     const auto module = MakeModule("", "ana");
     EXPECT_EQ(module->User(), nullptr);
     EXPECT_EQ(module->DefaultDAO()->User(), nullptr);
-    Exec(*module->SQLConnection(),
-         "insert into USUARIOS(ID, LOGIN, NOME) values(7, 'ana', 'Ana Souza')");
+    ExecuteSql(*module->SQLConnection(),
+               "insert into USUARIOS(ID, LOGIN, NOME) values(7, 'ana', 'Ana Souza')");
   }
   const auto module = MakeModule("", "ana");
   ASSERT_NE(module->User(), nullptr);
@@ -127,7 +128,7 @@ TEST_F(ModuleLifecycleTest, SetCurrentDataBaseKeepsOnlyTheFileNameInsideTheCusto
   EXPECT_TRUE(original->Connected());
   {
     const auto outro = OpenConnection((Root() / "CustomersDB/ACME/OUTRO.FDB").string());
-    Exec(*outro, "insert into CIDADES(ID, NOME, UF) values(1, 'Olinda', 'PE')");
+    ExecuteSql(*outro, "insert into CIDADES(ID, NOME, UF) values(1, 'Olinda', 'PE')");
   }
   std::vector<std::string> debug;
   SetDebugOutput([&](const std::string& line) { debug.push_back(line); });

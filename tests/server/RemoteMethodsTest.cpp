@@ -7,11 +7,11 @@
 
 #include <zo/core/DebugOutput.h>
 #include <zo/dao/GenericDAO.h>
-#include "examples/demo/DemoClasses.h"
 #include <zo/persistence/ZoServerUtils.h>
 #include <zo/platform/db/DBXConnection.h>
 #include <zo/platform/db/DBXTransaction.h>
 #include <zo/platform/db/SQLConnection.h>
+#include "examples/demo/DemoClasses.h"
 #include "tests/server/ServerTestSupport.h"
 #include "tests/support/RecordingCallback.h"
 
@@ -133,9 +133,9 @@ TEST_F(RemoteMethodsTest, InsertKeepsTheCallbackWhenNoneIsGivenAndUpdateNeedsOne
                                       {{"Codigo", id}, {"Nome", "Mossoró"}, {"UF", "RN"}})}});
   EXPECT_TRUE(spy.updateSaw.empty());
   EXPECT_EQ(spy.CallBack(), nullptr);
-  EXPECT_EQ(
-      Scalar(*module->SQLConnection(), "select NOME from CIDADES where ID = " + std::to_string(id)),
-      "Natal");
+  EXPECT_EQ(QueryString(*module->SQLConnection(),
+                        "select NOME from CIDADES where ID = " + std::to_string(id)),
+            "Natal");
   EXPECT_EQ(module->events, std::vector<TModuleEvent>{meUPDATE});
   EXPECT_EQ(module->log,
             (std::vector<LogLine>{{"Update(" + std::to_string(id) + ", DemoClasses.TCidade)",
@@ -236,8 +236,8 @@ TEST_F(RemoteMethodsTest, FailedWritesLogAndReraiseAndAFailedReadAnswersNull) {
 
   // Delete: the line has no room for the message.
   const int32_t recife = InsertCidade("Recife", "PE");
-  Exec(*module->SQLConnection(),
-       fmt::format("insert into CLIENTES(ID, NOME, CIDADE_ID) values(1, 'Ana', {})", recife));
+  ExecuteSql(*module->SQLConnection(),
+             fmt::format("insert into CLIENTES(ID, NOME, CIDADE_ID) values(1, 'Ana', {})", recife));
   module->log.clear();
   module->events.clear();
   EXPECT_EQ(Fails("Delete", {{"AClassName", "TCidade"}, {"id", recife}}, &callback),

@@ -3,10 +3,10 @@
 #include <fstream>
 #include <sstream>
 
-#include "examples/demo/DemoClasses.h"
 #include <zo/platform/db/DBXCommand.h>
 #include <zo/platform/db/DBXConnection.h>
 #include <zo/platform/db/DBXReader.h>
+#include "examples/demo/DemoClasses.h"
 
 namespace zo::testing {
 namespace fs = std::filesystem;
@@ -67,20 +67,6 @@ std::unique_ptr<TRecordingModule> ModuleTest::MakeModule(const std::string& cust
   args.username = user;
   auto module = serverClass.CreateModule(args);
   return std::unique_ptr<TRecordingModule>(static_cast<TRecordingModule*>(module.release()));
-}
-
-void Exec(TSQLConnection& connection, const std::string& sql) {
-  auto cmd = connection.DBXConnection().CreateCommand();
-  cmd->SetText(sql);
-  cmd->ExecuteUpdate();
-}
-
-std::string Scalar(TSQLConnection& connection, const std::string& sql) {
-  auto cmd = connection.DBXConnection().CreateCommand();
-  cmd->SetText(sql);
-  auto reader = cmd->ExecuteQuery();
-  if (!reader->Next() || reader->IsNull(0)) return {};
-  return reader->GetString(0);
 }
 
 nlohmann::json ObjectJson(const std::string& type, nlohmann::json fields) {

@@ -14,9 +14,10 @@
 
 #include <nlohmann/json.hpp>
 
-#include "examples/demo/DemoModule.h"
 #include <zo/server/ZoServer.h>
+#include "examples/demo/DemoModule.h"
 #include "tests/support/DemoDatabase.h"
+#include "tests/support/MessageOf.h"
 
 namespace zo::testing {
 
@@ -67,20 +68,6 @@ class ModuleTest : public ::testing::Test {
   std::filesystem::path previousDir_;
 };
 
-// Runs `sql` on the connection, committed at once.
-void Exec(TSQLConnection& connection, const std::string& sql);
-// The first column of the first row of `sql`, as text ("" for NULL or no row).
-std::string Scalar(TSQLConnection& connection, const std::string& sql);
-// The message of what `call` raises ("" when it raises nothing).
-template <class Call>
-std::string MessageOf(Call call) {
-  try {
-    call();
-  } catch (const std::exception& e) {
-    return e.what();
-  }
-  return {};
-}
 // A data object's JSON for the wire: class and fields (the "id" is only for references).
 nlohmann::json ObjectJson(const std::string& type, nlohmann::json fields);
 

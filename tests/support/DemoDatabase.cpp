@@ -3,13 +3,15 @@
 #include <filesystem>
 #include <mutex>
 
+#include <zo/core/Text.h>
 #include <zo/dbstruct/DBStructClasses.h>
-#include "examples/demo/DemoClasses.h"
 #include <zo/mapping/ServerClasses.h>
-#include "platform/db/CreateDatabase.h"
 #include <zo/platform/db/DBXCommand.h>
 #include <zo/platform/db/DBXConnection.h>
+#include <zo/platform/db/DBXReader.h>
 #include <zo/platform/script/ScriptParser.h>
+#include "examples/demo/DemoClasses.h"
+#include "platform/db/CreateDatabase.h"
 
 namespace zo::testing {
 namespace {
@@ -40,12 +42,25 @@ std::string DemoCreationScript() {
   return TDataObjectInfoDB::GenerateScriptDataBase(*module);
 }
 
+void ExecuteSql(TSQLConnection& connection, const std::string& sql) {
+  auto command = connection.DBXConnection().CreateCommand();
+  command->SetText(sql);
+  command->ExecuteUpdate();
+}
+
+std::string QueryString(TSQLConnection& connection, const std::string& sql) {
+  auto command = connection.DBXConnection().CreateCommand();
+  command->SetText(sql);
+  auto reader = command->ExecuteQuery();
+  return reader->Next() ? reader->GetString(0) : std::string("<no row>");
+}
+
+int QueryInt(TSQLConnection& connection, const std::string& sql) {
+  return text::StrToInt(QueryString(connection, sql));
+}
+
 void RunScript(TSQLConnection& connection, const std::string& script) {
-  for (const auto& statement : SplitScript(script)) {
-    auto cmd = connection.DBXConnection().CreateCommand();
-    cmd->SetText(statement.text);
-    cmd->ExecuteUpdate();
-  }
+  for (const auto& statement : SplitScript(script)) ExecuteSql(connection, statement.text);
 }
 
 void CreateEmptyDatabase(const std::string& path) {

@@ -13,6 +13,11 @@ std::string DemoCreationScript();
 
 // Runs every statement of `script` on the connection, each committed on its own.
 void RunScript(TSQLConnection& connection, const std::string& script);
+// One statement, committed at once; the first column of the first row as text ("" for NULL,
+// "<no row>" without a row), or as a number.
+void ExecuteSql(TSQLConnection& connection, const std::string& sql);
+std::string QueryString(TSQLConnection& connection, const std::string& sql);
+int QueryInt(TSQLConnection& connection, const std::string& sql);
 
 // Creates an empty database file (ISO8859_1, forced writes off) at `path`.
 void CreateEmptyDatabase(const std::string& path);

@@ -1,20 +1,15 @@
 #include "tests/support/FirebirdServer.h"
 
 #include <arpa/inet.h>
-#include <fcntl.h>
 #include <netinet/in.h>
 #include <signal.h>
-#include <spawn.h>
 #include <sys/socket.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <chrono>
 #include <fstream>
 #include <stdexcept>
 #include <thread>
-
-extern char** environ;
 
 namespace zo::testing {
 namespace {
@@ -57,50 +52,27 @@ std::string SysdbaPassword() {
 }
 
 FirebirdServer::FirebirdServer() : port_(Loopback(0, false)) {
-  const std::string port = std::to_string(port_);
-  posix_spawn_file_actions_t actions;
-  posix_spawn_file_actions_init(&actions);
-  posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
-  posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, "/dev/null", O_WRONLY, 0);
-  char* const argv[] = {const_cast<char*>(kServerBinary), const_cast<char*>("-p"),
-                        const_cast<char*>(port.c_str()), nullptr};
-  const bool spawned =
-      port_ != 0 && posix_spawn(&pid_, kServerBinary, &actions, nullptr, argv, environ) == 0;
-  posix_spawn_file_actions_destroy(&actions);
-  if (!spawned) {
-    pid_ = 0;
-    throw std::runtime_error(std::string("cannot start ") + kServerBinary +
-                             " (scripts/bootstrap.sh installs firebird3.0-server)");
+  const std::string hint = " (scripts/bootstrap.sh installs firebird3.0-server)";
+  try {
+    if (port_ == 0) throw std::runtime_error("no free loopback port");
+    process_ = std::make_unique<ChildProcess>(
+        kServerBinary, std::vector<std::string>{"-p", std::to_string(port_)}, ChildStreams{});
+  } catch (const std::exception& e) {
+    throw std::runtime_error(e.what() + hint);
   }
-  for (int i = 0; i < 200; ++i) {
+  for (int i = 0; i < 200 && process_->Running(); ++i) {
     if (Loopback(port_, true)) return;
-    if (::waitpid(pid_, nullptr, WNOHANG) == pid_) {
-      pid_ = 0;  // it exited
-      break;
-    }
     std::this_thread::sleep_for(std::chrono::milliseconds(50));
   }
-  Stop();
-  throw std::runtime_error(std::string(kServerBinary) + " did not listen on port " + port);
+  throw std::runtime_error(std::string(kServerBinary) + " did not listen on port " +
+                           std::to_string(port_) + hint);
 }
 
 // Firebird 3's server does not always act on SIGTERM, so it gets a second to stop and is then
-// killed; its databases are throw-away files either way.
-FirebirdServer::~FirebirdServer() { Stop(); }
-
-void FirebirdServer::Stop() {
-  if (pid_ == 0) return;
-  ::kill(pid_, SIGTERM);
-  for (int i = 0; i < 20; ++i) {
-    if (::waitpid(pid_, nullptr, WNOHANG) == pid_) {
-      pid_ = 0;
-      return;
-    }
-    std::this_thread::sleep_for(std::chrono::milliseconds(50));
-  }
-  ::kill(pid_, SIGKILL);
-  ::waitpid(pid_, nullptr, 0);
-  pid_ = 0;
+// killed (by the child's guard); its databases are throw-away files either way.
+FirebirdServer::~FirebirdServer() {
+  process_->Signal(SIGTERM);
+  process_->Wait(std::chrono::seconds(1));
 }
 
 }  // namespace zo::testing

@@ -1,9 +1,10 @@
 #pragma once
 
-#include <sys/types.h>
-
 #include <cstdint>
+#include <memory>
 #include <string>
+
+#include "tests/support/ChildProcess.h"
 
 namespace zo::testing {
 
@@ -24,10 +25,8 @@ class FirebirdServer {
   std::string Host() const { return "127.0.0.1/" + std::to_string(port_); }
 
  private:
-  void Stop();
-
   std::uint16_t port_ = 0;
-  pid_t pid_ = 0;
+  std::unique_ptr<ChildProcess> process_;
 };
 
 }  // namespace zo::testing
