@@ -12,10 +12,25 @@ namespace {
 
 enum class TokenType { Word, QuotedName, Number, InexactNumber, String, Symbol, End };
 
-// The words the reading depends on; any other word is Other.
+// The words the reading depends on; any other word is Other. Clause: a word that ends an
+// operand (AND, WHERE, ...).
 enum class Keyword : std::uint8_t {
-  Other, Select, From, Values, In, With, Insert, Update, Delete, Merge, Execute, Procedure,
-  Block, Statement, Q, Clause,  // Clause: a word that ends an operand (AND, WHERE, ...)
+  Other,
+  Select,
+  From,
+  Values,
+  In,
+  With,
+  Insert,
+  Update,
+  Delete,
+  Merge,
+  Execute,
+  Procedure,
+  Block,
+  Statement,
+  Q,
+  Clause
 };
 
 struct Token {
@@ -294,9 +309,9 @@ StatementAnalysis Read(const std::string& sql, bool lift, bool anyKind) {
     const Token& before = hasSign ? p2 : p1;
     const bool listItem = (IsSymbol(before, '(') || IsSymbol(before, ',')) && scopes.back().list;
     if (!(IsComparison(before) || listItem)) continue;
-    candidate = Candidate{t.type == TokenType::String ? Literal::Type::String
-                                                      : Literal::Type::Number,
-                          hasSign ? p1.begin : t.begin, t.end};
+    candidate =
+        Candidate{t.type == TokenType::String ? Literal::Type::String : Literal::Type::Number,
+                  hasSign ? p1.begin : t.begin, t.end};
   }
   if (!lift || (!anyKind && reading.kind != StatementKind::Data)) return reading;
   lifted.text.append(sql, copied);

@@ -67,7 +67,8 @@ class StatementCache {
   using Order = std::list<std::pair<const std::string, Slot>>;
   std::size_t capacity_;
   Order order_;  // most recently given first
-  std::unordered_map<std::string_view, Order::iterator> index_;  // keys viewed in order_
+  // Keys are views of the strings in order_.
+  std::unordered_map<std::string_view, Order::iterator> index_;
 };
 
 // The capacity a new connection's cache gets: ZO_STATEMENT_CACHE_SIZE when set (0 turns reuse
