@@ -47,6 +47,12 @@ const TRttiProperty* FindDuplicatedProperty(TDBXConnection& connection,
                                             const TDataObjectInfoDB& info,
                                             const TBaseDataObject& object);
 
+// A new identifier from the generator of `table`, as Novocodigo draws it, for the objects an
+// insert writes. Its text does not change between calls, so the connection keeps it prepared:
+// a graph of many objects pays one execution per key, not one preparation. When it fails,
+// Novocodigo runs instead, so the failure reads exactly as Novocodigo's.
+int32_t DrawKey(TDBXConnection& connection, const std::string& table);
+
 // What a refused duplicate is answered with, naming the property.
 std::string DuplicateValueMessage(const TBaseDataObject& object, const TRttiProperty* prop);
 

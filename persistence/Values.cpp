@@ -4,6 +4,7 @@
 #include <zo/core/Exceptions.h>
 #include <zo/persistence/ZoServerUtils.h>
 #include <zo/platform/db/DataTypes.h>
+#include "persistence/PersistenceDetail.h"
 
 namespace zo {
 namespace {
@@ -76,6 +77,23 @@ int32_t Novocodigo(TDBXConnection& connection, const std::string& table) {
     throw Exception(std::string("Impossível novo código\r") + e.what());
   }
 }
+
+namespace detail {
+
+int32_t DrawKey(TDBXConnection& connection, const std::string& table) {
+  try {
+    const auto reader =
+        GetReader(connection, fmt::sprintf("select gen_id(GEN_%s, 1) from rdb$database", table));
+    TDBXReader& row = reader->Reader();
+    if (!row.Next() || row.IsNull(0)) return 1;
+    return row.GetInt32(0);  // past 32 bits it throws: Novocodigo overflows too, and says so
+  } catch (const std::exception&) {
+    // Without a generator nothing was drawn: Novocodigo's own attempt fails in its words.
+  }
+  return Novocodigo(connection, table);
+}
+
+}  // namespace detail
 
 TVariant GetValueFromField(TDBXConnection& connection, int32_t id, const std::string& table,
                            const std::string& column) {

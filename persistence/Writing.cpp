@@ -76,7 +76,7 @@ void WriteHeldBlobs(TDBXConnection& connection, const TDataObjectInfoDB& info,
 
 int32_t Insert(TDBXConnection& connection, TBaseDataObject& object, bool writeLists) {
   TDataObjectInfoDB& info = *GetObjectInfoDB(object.ClassType());
-  if (object.GetCodigo() < 0) object.SetCodigo(Novocodigo(connection, info.GetTableName()));
+  if (object.GetCodigo() < 0) object.SetCodigo(detail::DrawKey(connection, info.GetTableName()));
   info.Validate(object);
   WriteRow(connection, info, object, {info.GenerateInsertCode(object)});
   WriteHeldBlobs(connection, info, object);

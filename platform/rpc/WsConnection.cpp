@@ -49,8 +49,11 @@ void WsConnection<Stream>::Run(beast::http::request<beast::http::string_body> up
   };
   channel_ = std::make_shared<CallbackChannel>(send, server_.options.callbackTimeout,
                                                &server_.metrics);
+  // Only a paused connection is woken when a call ends: the reply's own post is the one
+  // hand-off back to the network thread that a call otherwise costs.
   const auto callEnded = [weak] {
-    if (const auto self = weak.lock()) {
+    const auto self = weak.lock();
+    if (self && self->paused_) {
       net::post(self->ws_.get_executor(), [self] { self->ResumeReading(); });
     }
   };
@@ -124,6 +127,7 @@ template <class Stream>
 void WsConnection<Stream>::ResumeReading() {
   if (!paused_ || !open_ || Saturated()) return;
   paused_ = false;
+  const auto keep = std::move(keptWhilePaused_);  // the read holds it from now on
   Read();
 }
 
@@ -148,8 +152,13 @@ void WsConnection<Stream>::OnRead(const error_code& error) {
   buffer_.consume(buffer_.size());
   if (buffer_.capacity() > kKeptBuffer) buffer_ = beast::flat_buffer();
   if (Saturated()) {
-    paused_ = true;  // ResumeReading() goes on once calls end or answers are written
-    return;
+    // ResumeReading() goes on once calls end or answers are written. Paused first, then asked
+    // again: a call that ends in between either is seen here or sees the pause and wakes us.
+    keptWhilePaused_ = this->shared_from_this();
+    paused_ = true;
+    if (Saturated()) return;
+    paused_ = false;
+    keptWhilePaused_.reset();
   }
   Read();
 }
@@ -228,6 +237,7 @@ template <class Stream>
 void WsConnection<Stream>::End(const std::string& reason) {
   if (ended_) return;
   ended_ = true;
+  const auto keep = std::move(keptWhilePaused_);  // no read resumes after the end
   if (channel_) channel_->Close();  // a call waiting for a callback answer fails now
   if (client_) client_->Close(reason);
   server_.log.Write(LogLevel::kDebug, "rpc ws " + info_.peer + " ended: " + reason);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <deque>
 #include <memory>
 #include <optional>
@@ -65,7 +66,12 @@ class WsConnection : public IConnection,
   bool closing_ = false;  // the closing handshake has started
   bool ended_ = false;    // callbacks failed and session closed
   bool counted_ = false;  // counted among the open WebSocket connections
-  bool paused_ = false;   // reading stopped until the client's queues drain
+  // Reading stopped until the client's queues drain. Written on the network thread; a worker
+  // whose call ends reads it to tell whether the connection needs waking at all.
+  std::atomic<bool> paused_{false};
+  // While paused no read is pending, and maybe no write: nothing else would keep the
+  // connection alive until its calls end.
+  std::shared_ptr<WsConnection> keptWhilePaused_;
 };
 
 }  // namespace zo::rpc

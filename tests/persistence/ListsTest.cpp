@@ -62,6 +62,40 @@ TEST_F(ListsTest, ChildrenAreInsertedWithTheirReferenceAndReadBack) {
   EXPECT_EQ(read->Itens.Count(), 6u);
 }
 
+// Every object of a graph takes the next value of its table's generator, in writing order and
+// none ahead; the key statement stays prepared (one per generator, however many objects).
+TEST_F(ListsTest, AGraphsKeysComeFromEachTablesGeneratorInOrder) {
+  ExecuteSqlCmd(Conn(), "ALTER SEQUENCE GEN_PEDIDOS RESTART WITH 40");
+  ExecuteSqlCmd(Conn(), "ALTER SEQUENCE GEN_ITENS_PEDIDO RESTART WITH 7");
+  struct Case {
+    bool inTransaction;
+    int32_t order;
+    std::vector<int32_t> items;
+  };
+  for (const Case& c : {Case{false, 41, {8, 9, 10}}, Case{true, 42, {11, 12, 13}}}) {
+    auto pedido = NewPedido(clienteId_, produtoId_, 3);
+    auto transaction = c.inTransaction ? StartTransaction(Conn()) : nullptr;
+    EXPECT_EQ(InsertDataObject(Conn(), *pedido), c.order);
+    if (transaction) CommitTransaction(Conn(), transaction);
+    std::vector<int32_t> items;
+    for (const auto& item : pedido->Itens) items.push_back(item->Codigo);
+    EXPECT_EQ(items, c.items) << c.inTransaction;
+    EXPECT_EQ(ItemRows(c.order), fmt::format("{}:1 {}:2 {}:3", c.items[0], c.items[1], c.items[2]));
+  }
+  EXPECT_EQ(Scalar("SELECT GEN_ID(GEN_ITENS_PEDIDO, 0) FROM RDB$DATABASE"), "13");
+  EXPECT_EQ(Count("SELECT COUNT(*) FROM MON$STATEMENTS WHERE MON$ATTACHMENT_ID = "
+                  "CURRENT_CONNECTION AND MON$SQL_TEXT STARTING WITH 'select gen_id(GEN_'"),
+            2);
+
+  // Without a generator the failure reads exactly as Novocodigo's own.
+  TFantasma fantasma;
+  const std::string message = MessageOf([&] { InsertDataObject(Conn(), fantasma); });
+  EXPECT_TRUE(message.starts_with(
+      "Falha na inclusão do objeto\r\nImpossível novo código\rSentença inválida: execute block "
+      "returns (Result integer) as begin Result = gen_id(GEN_FANTASMAS, 1); suspend; end;"))
+      << message;
+}
+
 // A stop of a route as stored: its identifier, its client (0: none), its street and the
 // weights of its volumes, inserted in this order.
 struct TStopRow {

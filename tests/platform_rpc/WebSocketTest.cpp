@@ -155,13 +155,18 @@ TEST(WebSocketTest, AnUnansweredCallbackTimesOutAsAnAbort) {
   EXPECT_EQ(client->Call("Echo"), json::object());
 }
 
+// With room for two queued calls, reading stops behind the slow first call and must resume as
+// each call ends.
 TEST(WebSocketTest, OneClientsCallsRunInArrivalOrder) {
-  TestServer server;
+  RpcServerOptions options;
+  options.maxQueuedCalls = 2;
+  TestServer server(options);
   auto client = server.Client();
   client->SendText(R"({"jsonrpc":"2.0","id":1,"method":"Sleep","params":{"ms":100}})");
-  client->SendText(R"({"jsonrpc":"2.0","id":2,"method":"Echo"})");
-  client->SendText(R"({"jsonrpc":"2.0","id":3,"method":"Echo"})");
-  for (int id = 1; id <= 3; ++id) EXPECT_EQ(Receive(*client)["id"], id);
+  for (int id = 2; id <= 20; ++id) {
+    client->SendText(R"({"jsonrpc":"2.0","id":)" + std::to_string(id) + R"(,"method":"Echo"})");
+  }
+  for (int id = 1; id <= 20; ++id) EXPECT_EQ(Receive(*client)["id"], id);
 }
 
 TEST(WebSocketTest, ASlowCallDoesNotStallAnotherClient) {
