@@ -6,17 +6,17 @@ namespace zo::db {
 
 std::string ReadBlob(Firebird::IAttachment* attachment, Firebird::ITransaction* transaction,
                      ISC_QUAD id) {
-  // A segment is at most 64 KB - 1; asking for that much keeps the loop short for big blobs.
-  constexpr unsigned kChunk = 65535;
+  // Segments land in a buffer on the stack and only their bytes are appended: most text blobs
+  // are short, and a string sized for a whole segment up front would be allocated and cleared
+  // at that size for every one of them. A longer segment comes in several pieces.
+  char chunk[16384];
   fb::Status status;
   fb::Blob blob(attachment->openBlob(status.Throwing(), transaction, &id, 0, nullptr));
   std::string bytes;
   for (;;) {
-    const std::size_t used = bytes.size();
-    bytes.resize(used + kChunk);
     unsigned got = 0;
-    const int result = blob->getSegment(status.Throwing(), kChunk, bytes.data() + used, &got);
-    bytes.resize(used + got);
+    const int result = blob->getSegment(status.Throwing(), sizeof chunk, chunk, &got);
+    bytes.append(chunk, got);
     if (result == Firebird::IStatus::RESULT_NO_DATA) {
       break;
     }

@@ -76,7 +76,10 @@ void Classify(Column& c) {
 }
 
 bool SameIgnoringCase(std::string_view a, std::string_view b) {
-  return std::equal(a.begin(), a.end(), b.begin(), b.end(), [](char x, char y) {
+  // Callers mostly ask with the name as the select list spells it: that needs no folding.
+  if (a.size() != b.size()) return false;
+  if (a == b) return true;
+  return std::equal(a.begin(), a.end(), b.begin(), [](char x, char y) {
     const auto lower = [](char c) { return (c >= 'A' && c <= 'Z') ? char(c - 'A' + 'a') : c; };
     return lower(x) == lower(y);
   });
@@ -84,12 +87,14 @@ bool SameIgnoringCase(std::string_view a, std::string_view b) {
 
 }  // namespace
 
-ColumnLayout::ColumnLayout(Firebird::IMessageMetadata* metadata) {
+ColumnLayout::ColumnLayout(Firebird::IStatement* statement) {
+  fb::Status status;
+  auto* s = status.Throwing();
+  metadata_ = fb::Ref<Firebird::IMessageMetadata>(statement->getOutputMetadata(s));
+  Firebird::IMessageMetadata* const metadata = metadata_.get();
   if (metadata == nullptr) {
     return;
   }
-  fb::Status status;
-  auto* s = status.Throwing();
   const unsigned count = metadata->getCount(s);
   columns_.reserve(count);
   for (unsigned i = 0; i < count; ++i) {

@@ -7,7 +7,7 @@
 #include <string_view>
 #include <vector>
 
-#include "platform/db/FbApi.h"
+#include "platform/db/FbHandles.h"
 
 namespace zo::db {
 
@@ -24,17 +24,23 @@ struct Column {
   int dbxSubType = 0;  // TDBXSubDataTypes
 };
 
+// Read once per prepared statement: a statement kept for reuse keeps its layout too, so running
+// it again asks the engine nothing about its columns.
 class ColumnLayout {
  public:
   ColumnLayout() = default;
-  explicit ColumnLayout(Firebird::IMessageMetadata* metadata);
+  // The statement's output columns; no columns when it has no output.
+  explicit ColumnLayout(Firebird::IStatement* statement);
 
+  // What the engine fills rows by; null when the statement has no output.
+  Firebird::IMessageMetadata* Metadata() const { return metadata_.get(); }
   const std::vector<Column>& Columns() const { return columns_; }
   unsigned MessageLength() const { return messageLength_; }
   // Index of the column named `name` ignoring ASCII case, or -1.
   int Ordinal(std::string_view name) const;
 
  private:
+  fb::Ref<Firebird::IMessageMetadata> metadata_;
   std::vector<Column> columns_;
   unsigned messageLength_ = 0;
 };

@@ -14,16 +14,19 @@ Cursor::Cursor(std::shared_ptr<Session> session, PreparedStatement statement,
   fb::Status status;
   auto* s = status.Throwing();
   Firebird::IStatement* const st = statement_.statement.get();
-  const fb::Ref<Firebird::IMessageMetadata> metadata(st->getOutputMetadata(s));
-  layout_ = ColumnLayout(metadata.get());
-  row_.resize(layout_.MessageLength());
+  if (!statement_.output) {
+    statement_.output = std::make_shared<const ColumnLayout>(st);
+  }
+  layout_ = statement_.output;
+  Firebird::IMessageMetadata* const metadata = layout_->Metadata();
+  row_.resize(layout_->MessageLength());
   if (hasCursor) {
     resultSet_ = fb::ResultSet(st->openCursor(s, transaction, statement_.InputMetadata(),
-                                              statement_.InputMessage(), metadata.get(), 0));
+                                              statement_.InputMessage(), metadata, 0));
     position_ = Position::BeforeRows;
-  } else if (!layout_.Columns().empty()) {
-    st->execute(s, transaction, statement_.InputMetadata(), statement_.InputMessage(),
-                metadata.get(), row_.data());
+  } else if (!layout_->Columns().empty()) {
+    st->execute(s, transaction, statement_.InputMetadata(), statement_.InputMessage(), metadata,
+                row_.data());
     position_ = Position::BeforeSingleRow;
   } else {
     st->execute(s, transaction, statement_.InputMetadata(), statement_.InputMessage(), nullptr,
@@ -84,7 +87,7 @@ FieldValue Cursor::Field(int column) const {
   if (position_ != Position::OnRow && position_ != Position::OnSingleRow) {
     throw Exception("The reader has no current row");
   }
-  return Decode(layout_.Columns()[static_cast<std::size_t>(column)], row_.data());
+  return Decode(layout_->Columns()[static_cast<std::size_t>(column)], row_.data());
 }
 
 std::string Cursor::ReadBlob(const FieldValue& value) const {

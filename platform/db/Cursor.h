@@ -36,7 +36,7 @@ class Cursor {
   }
   // Releases the Firebird objects; `reason` is what later calls needing them report.
   void End(const char* reason) noexcept;
-  const ColumnLayout& Layout() const { return layout_; }
+  const ColumnLayout& Layout() const { return *layout_; }
   // Throws zo::Exception when there is no current row.
   FieldValue Field(int column) const;
   std::string ReadBlob(const FieldValue& value) const;
@@ -48,7 +48,7 @@ class Cursor {
   fb::Ref<Firebird::ITransaction> transaction_;
   PreparedStatement statement_;
   fb::ResultSet resultSet_;
-  ColumnLayout layout_;
+  std::shared_ptr<const ColumnLayout> layout_;  // shared with the statement's cache entry
   std::vector<unsigned char> row_;
   Position position_ = Position::AfterRows;
   const char* endedBecause_ = nullptr;

@@ -26,7 +26,7 @@ fb::Statement PrepareText(Session& session, Firebird::ITransaction* transaction,
 PreparedStatement PrepareAsGiven(Session& session, Firebird::ITransaction* transaction,
                                  const std::string& sql) {
   try {
-    return PreparedStatement{PrepareText(session, transaction, sql), {}, {}, {}, false};
+    return PreparedStatement{PrepareText(session, transaction, sql), {}, {}, {}, {}, false};
   } catch (const EDatabaseError& e) {
     throw EDatabaseError(WithTrueEndPosition(e.what(), sql), e);
   }
@@ -38,14 +38,11 @@ PreparedStatement PrepareAsGiven(Session& session, Firebird::ITransaction* trans
 PreparedStatement Prepare(Session& session, Firebird::ITransaction* transaction,
                           const std::string& sql) {
   CheckStatementText(sql);
-  const StatementKind kind = ClassifyStatement(sql);
-  if (kind == StatementKind::MetadataChanging) {
+  StatementAnalysis analysis = AnalyzeStatement(sql, session.KeepsStatements());
+  if (analysis.kind == StatementKind::MetadataChanging) {
     session.MetadataChanging();
   }
-  if (kind != StatementKind::Data || !session.KeepsStatements()) {
-    return PrepareAsGiven(session, transaction, sql);
-  }
-  std::optional<LiftedStatement> lifted = LiftLiterals(sql);
+  std::optional<LiftedStatement>& lifted = analysis.lifted;
   if (!lifted) {
     return PrepareAsGiven(session, transaction, sql);
   }
@@ -64,9 +61,10 @@ PreparedStatement Prepare(Session& session, Firebird::ITransaction* transaction,
     cache.Give(lifted->text, std::move(entry));
     return PrepareAsGiven(session, transaction, sql);
   }
-  PreparedStatement prepared{std::move(entry.statement), std::move(lifted->text), entry.input,
-                             entry.input->Encode(lifted->literals), found};
-  return prepared;
+  entry.input->Encode(lifted->literals, entry.message);
+  return PreparedStatement{std::move(entry.statement), std::move(lifted->text),
+                           std::move(entry.input),     std::move(entry.message),
+                           std::move(entry.output),    found};
 }
 
 // Errors a kept statement gets when the metadata it was prepared against has changed.

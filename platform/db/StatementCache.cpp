@@ -2,24 +2,33 @@
 
 #include <cstdlib>
 #include <string>
+#include <tuple>
+#include <utility>
 
 namespace zo::db {
 
 StatementCache::Entry StatementCache::Take(const std::string& key, bool& found) {
   const auto it = index_.find(key);
-  found = it != index_.end();
+  found = it != index_.end() && !it->second->second.taken;
   if (!found) return {};
-  Entry entry = std::move(it->second->second);
-  order_.erase(it->second);
-  index_.erase(it);
-  return entry;
+  Slot& slot = it->second->second;
+  slot.taken = true;
+  return std::move(slot.entry);
 }
 
 void StatementCache::Give(const std::string& key, Entry entry) noexcept {
-  if (capacity_ == 0 || index_.count(key) > 0) return;  // `entry` frees its statement
+  if (capacity_ == 0) return;
+  if (const auto it = index_.find(key); it != index_.end()) {
+    Slot& slot = it->second->second;
+    if (!slot.taken) return;  // a second copy: `entry` frees its statement
+    slot = Slot{std::move(entry), false};
+    order_.splice(order_.begin(), order_, it->second);
+    return;
+  }
   try {
-    order_.emplace_front(key, std::move(entry));
-    index_.emplace(key, order_.begin());
+    order_.emplace_front(std::piecewise_construct, std::forward_as_tuple(key),
+                         std::forward_as_tuple(Slot{std::move(entry), false}));
+    index_.emplace(order_.front().first, order_.begin());
   } catch (...) {
     if (!order_.empty() && index_.count(order_.front().first) == 0) order_.pop_front();
     return;
@@ -35,7 +44,8 @@ void StatementCache::Return(PreparedStatement& prepared) noexcept {
     prepared.statement.Reset();
     return;
   }
-  Give(prepared.cacheKey, Entry{std::move(prepared.statement), std::move(prepared.input)});
+  Give(prepared.cacheKey, Entry{std::move(prepared.statement), std::move(prepared.input),
+                                std::move(prepared.output), std::move(prepared.message)});
 }
 
 void StatementCache::Clear() noexcept {

@@ -161,8 +161,9 @@ bool StatementInput::Accepts(const std::vector<Literal>& literals) const {
   return true;
 }
 
-std::vector<unsigned char> StatementInput::Encode(const std::vector<Literal>& literals) const {
-  std::vector<unsigned char> message(length_, 0);
+void StatementInput::Encode(const std::vector<Literal>& literals,
+                            std::vector<unsigned char>& message) const {
+  message.assign(length_, 0);
   for (std::size_t i = 0; i < literals.size(); ++i) {
     const ParameterSlot& slot = slots_[i];
     const std::string& value = literals[i].value;
@@ -172,7 +173,6 @@ std::vector<unsigned char> StatementInput::Encode(const std::vector<Literal>& li
     const ISC_SHORT notNull = 0;
     std::memcpy(message.data() + slot.nullOffset, &notNull, sizeof notNull);
   }
-  return message;
 }
 
 }  // namespace zo::db

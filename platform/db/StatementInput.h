@@ -35,8 +35,8 @@ class StatementInput {
   Firebird::IMessageMetadata* Metadata() const { return metadata_.get(); }
   // Whether every literal can be its parameter (same count, each accepted by its slot).
   bool Accepts(const std::vector<Literal>& literals) const;
-  // The message carrying `literals`; call only when Accepts(literals).
-  std::vector<unsigned char> Encode(const std::vector<Literal>& literals) const;
+  // Fills `message` with `literals` (its storage reused); call only when Accepts(literals).
+  void Encode(const std::vector<Literal>& literals, std::vector<unsigned char>& message) const;
 
  private:
   fb::Ref<Firebird::IMessageMetadata> metadata_;

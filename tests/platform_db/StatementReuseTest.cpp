@@ -62,6 +62,8 @@ TEST(StatementCacheTest, KeepsAtMostItsCapacityAndDropsTheLeastRecentlyUsed) {
   EXPECT_FALSE(found);
   cache.Take("a", found);
   EXPECT_TRUE(found);
+  cache.Take("a", found);
+  EXPECT_FALSE(found) << "a taken statement is not handed out twice";
 }
 
 TEST(LiteralLifting, LiftsOnlyValuesItIsSureOf) {
@@ -110,6 +112,9 @@ TEST(LiteralLifting, LiftsOnlyValuesItIsSureOf) {
   EXPECT_EQ(db::ClassifyStatement("EXECUTE BLOCK AS BEGIN EXECUTE STATEMENT 'DROP TABLE T'; END"),
             StatementKind::MetadataChanging);
   EXPECT_EQ(db::ClassifyStatement("alter table T add X integer"), StatementKind::MetadataChanging);
+  // A text the reader cannot vouch for is treated as the worst case, whatever its first word.
+  EXPECT_EQ(db::ClassifyStatement("EXECUTE PROCEDURE P ?"), StatementKind::MetadataChanging);
+  EXPECT_EQ(db::ClassifyStatement("EXECUTE PROCEDURE P 1"), StatementKind::Procedural);
 }
 
 // Values a parameter would take differently from the literal (too long for the column,
