@@ -1,4 +1,4 @@
-// Catalog questions, single values, generators, statements and transactions.
+// Catalog questions, single values, generators and statements.
 #include <zo/core/Exceptions.h>
 #include <zo/core/Text.h>
 #include "tests/persistence/PersistenceTestSupport.h"
