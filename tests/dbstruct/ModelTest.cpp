@@ -1,4 +1,4 @@
-// The structure model: names, look-ups and the derived lists of a table.
+// The structure model: the merged column list of a table, and its DDL texts.
 
 #include <gtest/gtest.h>
 
@@ -39,37 +39,6 @@ TEST(DBStructModel, AllColumnsMergesExtendedTablesAndSortsOrdinally) {
   AddForeignKey(*first, "FK_Z", "b", "y", "id");
   AddForeignKey(*first, "FK_A", "c", "y", "id");
   EXPECT_EQ(Names(table->GetAllForeignKeys()), (Strings{"FK_Z", "FK_A"}));  // not sorted
-}
-
-TEST(DBStructModel, FieldListPrefixesAllButTheUndistinctKey) {
-  auto table = MakeTable("t", "id");
-  AddColumn(*table, "nome", TDBRType::dbsString, 60);
-  AddColumn(*table, "foto", TDBRType::dbsTextBlob);
-  EXPECT_EQ(table->GetFieldList("tb", true, false), "Distinct(tb.ID), tb.NOME");
-  EXPECT_EQ(table->GetFieldList("tb", false, true), "ID, tb.FOTO, tb.NOME");
-  table->SetPrimaryKey(nullptr);
-  EXPECT_EQ(table->GetFieldList("tb", true, true), "tb.FOTO, tb.ID, tb.NOME");
-}
-
-TEST(DBStructModel, ExternalFunctionsCompareSignaturesNotNames) {
-  const auto makeMethod = [](std::string_view name, int32_t lastSize) {
-    auto method = std::make_unique<TUDFMethod>();
-    method->setName(name);
-    method->SetModuleName("udflib");
-    method->SetEntryPoint("f_x");
-    method->AddArgument(MakeArgument(8)).setName(name);
-    method->AddArgument(MakeArgument(40, lastSize));
-    return method;
-  };
-  const auto f = makeMethod("f", 80);
-  EXPECT_TRUE(f->IsEqual(*makeMethod("g", 80)));
-  EXPECT_FALSE(f->IsEqual(*makeMethod("f", 81)));
-  auto other = makeMethod("f", 80);
-  other->SetFreeIt(true);
-  EXPECT_FALSE(f->IsEqual(*other));
-  other = makeMethod("f", 80);
-  other->AddArgument(MakeArgument(8));
-  EXPECT_FALSE(f->IsEqual(*other));
 }
 
 // The DDL texts of the structure model, character for character.
@@ -157,15 +126,6 @@ TEST(DBStructDDL, ExtendedTableAddsOnlyItsOwnNonKeyColumnsUnsorted) {
   EXPECT_EQ(table->GetDDL(false),
             "ALTER TABLE CLIENTE ADD TELEFONE VARCHAR(20)  CHARACTER SET ISO8859_1;\r\n"
             "ALTER TABLE CLIENTE ADD ATIVO SMALLINT NOT NULL;\r\n");
-}
-
-TEST(DBStructDDL, InsertAndSelectHeadsAreBuiltOnceAndKept) {
-  auto table = MakeTable("t", "id");
-  AddColumn(*table, "nome", TDBRType::dbsString, 60);
-  AddColumn(*table, "foto", TDBRType::dbsTextBlob);
-  EXPECT_EQ(table->GetInsertSQL(true), "INSERT INTO T (ID, FOTO, NOME) VALUES");
-  EXPECT_EQ(table->GetSelectSQL("x", false), "SELECT Distinct(x.ID), x.NOME FROM T tb");
-  EXPECT_EQ(table->GetSelectSQL("tb", true), "SELECT Distinct(x.ID), x.NOME FROM T tb");
 }
 
 std::string FunctionDDL(TUDFMechanism mechanism, bool freeIt, std::vector<int32_t> types) {
