@@ -52,9 +52,10 @@ class RemoteMethodsTest : public ModuleTest {
                     TZoCallback* callback = nullptr) {
     return MessageOf([&] { Call(method, params, callback); });
   }
-  int32_t InsertCidade(const std::string& nome, const std::string& uf) {
+  int32_t InsertCidade(const std::string& nome, const std::string& uf,
+                       TZoCallback* with = nullptr) {
     return Call("Insert",
-                {{"jObj", ObjectJson("DemoClasses.TCidade", {{"Nome", nome}, {"UF", uf}})}})
+                {{"jObj", ObjectJson("DemoClasses.TCidade", {{"Nome", nome}, {"UF", uf}})}}, with)
         .get<int32_t>();
   }
   json Produto(int32_t codigo, const std::string& descricao, double preco) {
@@ -69,31 +70,23 @@ class RemoteMethodsTest : public ModuleTest {
 TEST_F(RemoteMethodsTest, WritesAndReadsFireTheirEventsAndLogTheirLines) {
   std::vector<std::string> debug;
   SetDebugOutput([&](const std::string& line) { debug.push_back(line); });
-  const json recife = ObjectJson("DemoClasses.TCidade",
-                                 {{"Nome", "Recife"}, {"UF", "PE"}, {"CodigoIBGE", 2611606}});
-  const int32_t id = Call("Insert", {{"jObj", recife}}, &callback).get<int32_t>();
+  // The values that travel are the end-to-end tests' concern; here, what each call fires.
+  const int32_t id = InsertCidade("Recife", "PE", &callback);
   ASSERT_GT(id, 0);
-
-  const json read = Call("Get", {{"AClassName", "TCidade"}, {"id", id}});
-  EXPECT_EQ(read.at("type"), "DemoClasses.TCidade");
+  json read = Call("Get", {{"AClassName", "TCidade"}, {"id", id}});
   EXPECT_EQ(read.at("fields").at("Codigo"), id);
-  EXPECT_EQ(read.at("fields").at("Nome"), "Recife");
-  EXPECT_EQ(read.at("fields").at("CodigoIBGE"), 2611606);
   EXPECT_EQ(debug, std::vector<std::string>{db.Path()}) << "Get names the database it reads";
   SetDebugOutput(nullptr);
 
-  json changed = read;
-  changed["fields"]["Nome"] = "Recife Antigo";
-  EXPECT_EQ(Call("Update", {{"jObj", changed}}, &callback), nullptr);
-  EXPECT_EQ(Call("Get", {{"AClassName", "TCidade"}, {"id", id}}).at("fields").at("Nome"),
-            "Recife Antigo");
+  read["fields"]["Nome"] = "Recife Antigo";
+  EXPECT_EQ(Call("Update", {{"jObj", read}}, &callback), nullptr);
   EXPECT_EQ(Call("Delete", {{"AClassName", "TCidade"}, {"id", id}}, &callback), nullptr);
   EXPECT_EQ(Call("Validate", {{"jObj", Produto(-1, "Caneta", 2.5)}}), nullptr);
   // The DAO reports a missing row as an error; Get answers null and logs it.
   EXPECT_EQ(Call("Get", {{"AClassName", "TCidade"}, {"id", id}}), nullptr);
 
   EXPECT_EQ(module->events,
-            (std::vector<TModuleEvent>{meINSERT, meGET, meUPDATE, meGET, meDELETE, meVALIDATE}));
+            (std::vector<TModuleEvent>{meINSERT, meGET, meUPDATE, meDELETE, meVALIDATE}));
   const std::string n = std::to_string(id);
   EXPECT_EQ(
       module->log,
@@ -114,8 +107,7 @@ TEST_F(RemoteMethodsTest, InsertKeepsTheCallbackWhenNoneIsGivenAndDeleteArrayRea
 
   spy.SetCallBack(&application);
   InsertCidade("Natal", "RN");
-  Call("Insert", {{"jObj", ObjectJson("DemoClasses.TCidade", {{"Nome", "Caicó"}, {"UF", "RN"}})}},
-       &callback);
+  InsertCidade("Caicó", "RN", &callback);
   EXPECT_EQ(spy.insertSaw, (std::vector<const TZoCallback*>{&application, &callback}));
 
   // DeleteArray reads each element's text; what is not a number becomes -1.
