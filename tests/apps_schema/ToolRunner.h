@@ -1,9 +1,11 @@
 #pragma once
 
+#include <chrono>
 #include <filesystem>
-#include <map>
 #include <string>
 #include <vector>
+
+#include "tests/support/ChildProcess.h"
 
 namespace zo::testing {
 
@@ -13,24 +15,23 @@ struct ToolResult {
   std::string err;
 };
 
-using ToolEnv = std::map<std::string, std::string>;
-
-// Runs a built tool binary in `cwd` with `input` on stdin and `env` added to the environment
-// (ZO_SCHEMA_PASSWORD is removed first); collects its exit code and both outputs.
-ToolResult RunTool(const std::string& binary, const std::vector<std::string>& args,
-                   const std::filesystem::path& cwd, const std::string& input = "",
-                   const ToolEnv& env = {});
-
-// zo-schema of the demo, and its test build over changed classes.
+// Runs zo-schema of the demo (or `binary`) in `cwd` with `input` on stdin; ZO_SCHEMA_PASSWORD
+// is set only through `env` ("NAME=value" entries). Collects its exit code and both outputs.
 inline ToolResult RunSchema(const std::vector<std::string>& args, const std::filesystem::path& cwd,
-                            const std::string& input = "", const ToolEnv& env = {}) {
-  return RunTool(ZO_SCHEMA_BIN, args, cwd, input, env);
+                            const std::string& input = "", std::vector<std::string> env = {},
+                            const std::string& binary = ZO_SCHEMA_BIN) {
+  const TempDir io;
+  WriteText(io.File("in"), input);
+  env.insert(env.begin(), "ZO_SCHEMA_PASSWORD");
+  const int code = RunTool(binary, args, {cwd, io.File("in"), io.File("out"), io.File("err"), env},
+                           std::chrono::minutes(2));
+  return {code, ReadText(io.File("out")), ReadText(io.File("err"))};
 }
+
+// The test build of zo-schema over changed demo classes.
 inline ToolResult RunChangedSchema(const std::vector<std::string>& args,
                                    const std::filesystem::path& cwd) {
-  return RunTool(ZO_SCHEMA_CHANGED_BIN, args, cwd);
+  return RunSchema(args, cwd, "", {}, ZO_SCHEMA_CHANGED_BIN);
 }
-
-std::string ReadFile(const std::filesystem::path& path);
 
 }  // namespace zo::testing

@@ -13,7 +13,7 @@
 
 #include <zo/core/Exceptions.h>
 
-#include "tests/apps_server/Remote.h"
+#include "tests/apps_server/Deployment.h"
 
 namespace zo::testing {
 namespace {

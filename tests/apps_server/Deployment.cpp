@@ -1,6 +1,8 @@
 #include "tests/apps_server/Deployment.h"
 
-#include <fstream>
+#include <signal.h>
+
+#include <regex>
 #include <stdexcept>
 #include <thread>
 
@@ -12,35 +14,29 @@ namespace {
 namespace fs = std::filesystem;
 using namespace std::chrono_literals;
 
+using Clock = std::chrono::steady_clock;
+
 constexpr auto kToolTimeout = 120s;
+constexpr auto kPoll = 20ms;
+constexpr auto kStartTimeout = 30s;
+constexpr auto kStopGrace = 15s;
 
-void WriteText(const fs::path& path, const std::string& text) {
-  std::ofstream(path, std::ios::binary) << text;
-}
-
-// The demo's sample data, then the city batches, in one script: one attachment, one commit.
+// The demo's sample data, then the batch of cities, in one script: one attachment, one commit.
 std::string SeedScript() {
-  std::string script = ReadText(ZO_DEMO_DATA_SQL);
-  script += fmt::format(
-      "\nSET TERM ^ ;\n"
-      "EXECUTE BLOCK AS\n"
-      "  DECLARE b INTEGER = 0;\n"
-      "  DECLARE i INTEGER;\n"
-      "BEGIN\n"
-      "  WHILE (b < {0}) DO BEGIN\n"
-      "    i = 0;\n"
-      "    WHILE (i < {1}) DO BEGIN\n"
-      "      INSERT INTO CIDADES (ID, NOME, UF, COD_IBGE)\n"
-      "        VALUES (100001 + :b * {1} + :i, 'Lote ' || :b || ' cidade ' || :i,\n"
-      "                'Z' || ASCII_CHAR(65 + :b), 0);\n"
-      "      i = i + 1;\n"
-      "    END\n"
-      "    b = b + 1;\n"
-      "  END\n"
-      "END^\n"
-      "SET TERM ; ^\n",
-      kBatches, kBatchSize);
-  return script;
+  return ReadText(ZO_DEMO_DATA_SQL) +
+         fmt::format(
+             "\nSET TERM ^ ;\n"
+             "EXECUTE BLOCK AS\n"
+             "  DECLARE i INTEGER = 0;\n"
+             "BEGIN\n"
+             "  WHILE (i < {0}) DO BEGIN\n"
+             "    INSERT INTO CIDADES (ID, NOME, UF, COD_IBGE)\n"
+             "      VALUES (100001 + :i, 'Lote cidade ' || :i, 'ZA', 0);\n"
+             "    i = i + 1;\n"
+             "  END\n"
+             "END^\n"
+             "SET TERM ; ^\n",
+             kBatchSize);
 }
 
 void ExpectToolSucceeded(int code, const fs::path& errors, const std::string& what) {
@@ -83,14 +79,10 @@ void Seed(const fs::path& root, const fs::path& io, const Customer& customer) {
 
 }  // namespace
 
-std::vector<int> CityBatchIds(int batch) {
-  std::vector<int> ids;
-  for (int i = 0; i < kBatchSize; ++i) ids.push_back(100001 + batch * kBatchSize + i);
+std::vector<int> CityBatchIds() {
+  std::vector<int> ids(kBatchSize);
+  for (int i = 0; i < kBatchSize; ++i) ids[i] = 100001 + i;
   return ids;
-}
-
-std::string CityBatchCondition(int batch) {
-  return fmt::format("UF = 'Z{}'", static_cast<char>('A' + batch));
 }
 
 Deployment::Deployment(const DeploymentOptions& options) {
@@ -175,6 +167,88 @@ void LiveServerTest::StopServer() {
   EXPECT_NE(server.Output().find("stopped"), std::string::npos) << server.Output();
   EXPECT_NE(closed.find("(1001"), std::string::npos) << closed;
   deployment_.reset();
+}
+
+ZoServerProcess::ZoServerProcess(const std::filesystem::path& root,
+                                 const std::vector<std::string>& extraArgs)
+    : outputFile_(io_.Path() / "server.out"),
+      logFile_(io_.Path() / "server.log"),
+      process_(
+          ZO_SERVER_BIN,
+          [&] {
+            std::vector<std::string> args{"--root", root.string(), "--port", "0"};
+            args.insert(args.end(), extraArgs.begin(), extraArgs.end());
+            return args;
+          }(),
+          ChildStreams{{}, {}, outputFile_, logFile_}) {
+  port_ = WaitUntilListening();
+}
+
+ZoServerProcess::~ZoServerProcess() {
+  if (process_.Running()) Stop();
+}
+
+std::uint16_t ZoServerProcess::WaitUntilListening() {
+  // The first line names the port: "... listening on ws://127.0.0.1:PORT/zo and ...".
+  static const std::regex kListening(R"(listening on wss?://[^:\s]+:(\d+)/zo)");
+  const auto deadline = Clock::now() + kStartTimeout;
+  while (Clock::now() < deadline) {
+    std::smatch match;
+    const std::string output = Output();
+    if (std::regex_search(output, match, kListening)) {
+      return static_cast<std::uint16_t>(std::stoi(match[1].str()));
+    }
+    if (!process_.Running()) break;
+    std::this_thread::sleep_for(kPoll);
+  }
+  throw std::runtime_error("zo-server did not start listening.\nstdout:\n" + Output() + "\nlog:\n" +
+                           Log());
+}
+
+std::optional<int> ZoServerProcess::Stop() {
+  process_.Signal(SIGTERM);
+  return process_.Wait(std::chrono::duration_cast<std::chrono::milliseconds>(kStopGrace));
+}
+
+int ZoServerProcess::CountInLog(const std::string& text) const {
+  const std::string log = Log();
+  int count = 0;
+  for (auto at = log.find(text); at != std::string::npos; at = log.find(text, at + text.size())) {
+    ++count;
+  }
+  return count;
+}
+
+bool ZoServerProcess::WaitForLog(const std::string& text, std::chrono::milliseconds timeout,
+                                 int times) const {
+  const auto deadline = Clock::now() + timeout;
+  for (;;) {
+    if (CountInLog(text) >= times) return true;
+    if (Clock::now() >= deadline) return false;
+    std::this_thread::sleep_for(kPoll);
+  }
+}
+
+Remote::Remote(const Deployment& deployment, const std::string& transport,
+               const Customer& customer) {
+  if (transport == "http") {
+    http_ = deployment.ConnectHttp(customer);
+    return;
+  }
+  ws_ = deployment.ConnectWs(customer);
+  ws_->SetCallbackHandler([this](const json& command) {
+    commands_.push_back(command);
+    return json(false);
+  });
+}
+
+json Remote::Call(const std::string& method, const json& params) {
+  return ws_ ? ws_->Call(method, params) : http_->Call(method, params);
+}
+
+std::string ShortType(const json& object) {
+  const std::string type = object.value("type", "");
+  return type.substr(type.rfind('.') + 1);
 }
 
 }  // namespace zo::testing

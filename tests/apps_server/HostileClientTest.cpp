@@ -14,7 +14,7 @@
 #include <thread>
 
 #include <zo/core/Exceptions.h>
-#include "tests/apps_server/Remote.h"
+#include "tests/apps_server/Deployment.h"
 
 namespace zo::testing {
 namespace {
@@ -44,7 +44,8 @@ class RawSocket {
   RawSocket& operator=(const RawSocket&) = delete;
 
   void Send(const std::string& bytes) {
-    if (::send(fd_, bytes.data(), bytes.size(), MSG_NOSIGNAL) != static_cast<ssize_t>(bytes.size())) {
+    if (::send(fd_, bytes.data(), bytes.size(), MSG_NOSIGNAL) !=
+        static_cast<ssize_t>(bytes.size())) {
       throw std::runtime_error("send failed");
     }
   }
@@ -59,9 +60,10 @@ class RawSocket {
     return head;
   }
   std::string Upgrade(const std::string& origin = "") {
-    Send("GET /zo HTTP/1.1\r\nHost: 127.0.0.1\r\nUpgrade: websocket\r\nConnection: Upgrade\r\n"
-         "Sec-WebSocket-Key: dGhlIHNhbXBsZSBub25jZQ==\r\nSec-WebSocket-Version: 13\r\n" +
-         (origin.empty() ? "" : "Origin: " + origin + "\r\n") + "\r\n");
+    Send(
+        "GET /zo HTTP/1.1\r\nHost: 127.0.0.1\r\nUpgrade: websocket\r\nConnection: Upgrade\r\n"
+        "Sec-WebSocket-Key: dGhlIHNhbXBsZSBub25jZQ==\r\nSec-WebSocket-Version: 13\r\n" +
+        (origin.empty() ? "" : "Origin: " + origin + "\r\n") + "\r\n");
     return ReadHead();
   }
   // One unmasked frame from the server: {opcode, payload}; opcode -1 at end of stream.
@@ -117,7 +119,6 @@ class ServerUnderAttack : public LiveServerTest, public ::testing::WithParamInte
                                 kGoodOrigin, "--log-level", "debug"}});
   }
   static void TearDownTestSuite() { StopServer(); }
-
 };
 
 void DeepJsonBeforeLogin(Deployment& live) {
@@ -232,8 +233,7 @@ void SecondServerOnTheSameRoot(Deployment& live) {
   const int code = RunTool(ZO_SERVER_BIN, {"--root", live.Root().string(), "--port", "0"},
                            {{}, {}, {}, io.Path() / "err"}, 30s);
   EXPECT_EQ(code, 2);
-  EXPECT_NE(ReadText(io.Path() / "err").find("Outro zo-server já está servindo"),
-            std::string::npos)
+  EXPECT_NE(ReadText(io.Path() / "err").find("Outro zo-server já está servindo"), std::string::npos)
       << ReadText(io.Path() / "err");
 }
 

@@ -9,7 +9,7 @@
 
 #include "platform/json/Base64.h"
 
-#include "tests/apps_server/Remote.h"
+#include "tests/apps_server/Deployment.h"
 
 namespace zo::testing {
 namespace {
@@ -20,7 +20,7 @@ class ServerIntegrity : public LiveServerTest {
   static void TearDownTestSuite() { StopServer(); }
   void SetUp() override {
     LiveServerTest::SetUp();
-    remote_ = ConnectRemote(Live(), "ws", kAcme);
+    remote_ = std::make_unique<Remote>(Live(), "ws", kAcme);
   }
 
   // Update stores only when the client asks for a callback.

@@ -25,7 +25,6 @@
 #include <zo/version.h>
 
 #include "tests/apps_server/Deployment.h"
-#include "tests/apps_server/ServerProcess.h"
 #include "tests/support/TempDir.h"
 
 namespace zo::testing {
@@ -94,7 +93,7 @@ TEST(ServerLog, JsonLinesRecordEachCallAndTheStatementsOfSlowOnes) {
                          .seedAcme = true,
                          .serverArgs = {"--log-format", "json", "--slow-ms", "1"}});
   auto client = deployment.ConnectWs(kAcme);
-  client->Call("DeleteArray", {{"AClassName", "TCidade"}, {"jArray", CityBatchIds(0)}});
+  client->Call("DeleteArray", {{"AClassName", "TCidade"}, {"jArray", CityBatchIds()}});
   EXPECT_EQ(ErrorOf([&] {
               client->Call("Get", {{"AClassName", "TNada"}, {"id", 1}});
             }).Code(),

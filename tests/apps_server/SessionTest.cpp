@@ -10,7 +10,7 @@
 #include <thread>
 
 #include <zo/core/Exceptions.h>
-#include "tests/apps_server/Remote.h"
+#include "tests/apps_server/Deployment.h"
 #include "tests/support/DemoDatabase.h"
 
 namespace zo::testing {
@@ -35,8 +35,8 @@ class ServerTenants : public LiveServerTest {
 };
 
 TEST_F(ServerTenants, EachCustomerSeesOnlyItsOwnDatabase) {
-  const auto acme = ConnectRemote(Live(), "ws", kAcme);
-  const auto beta = ConnectRemote(Live(), "http", kBeta);
+  const auto acme = std::make_unique<Remote>(Live(), "ws", kAcme);
+  const auto beta = std::make_unique<Remote>(Live(), "http", kBeta);
   EXPECT_EQ(acme->Call("GetCurrentDataBase"), "CustomersDB/ACME/ZO.FDB");
   EXPECT_EQ(beta->Call("GetCurrentDataBase"), "CustomersDB/BETA/ZO.FDB");
   EXPECT_EQ(acme->Call("Get", {{"AClassName", "TUser"}, {"id", 1}})["fields"]["Login"], "ana");
@@ -52,7 +52,7 @@ TEST_F(ServerTenants, EachCustomerSeesOnlyItsOwnDatabase) {
 // The module's methods over WebSocket and over HTTP alike: parameters, results and errors.
 TEST_F(ServerTenants, EveryWriteAndAnActionWorkOverBothTransports) {
   for (const std::string transport : {"ws", "http"}) {
-    const auto remote = ConnectRemote(Live(), transport, kAcme);
+    const auto remote = std::make_unique<Remote>(Live(), transport, kAcme);
     const auto get = [&](int id) {
       return remote->Call("Get", {{"AClassName", "TCidade"}, {"id", id}});
     };

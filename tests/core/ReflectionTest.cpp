@@ -91,28 +91,7 @@ TEST_F(LiteralsTest, DatesRoundTripThroughIsoText) {
   EXPECT_THROW(zo::dates::ParseIso("ontem"), zo::Exception);
 }
 
-TEST_F(LiteralsTest, ValidateNamesClassAndProperty) {
-  TDataObjectInfo info;
-  info.SetClass(&TCidade::StaticType());
-  TCidade cidade;
-  cidade.UF = "SP";
-  try {
-    info.Validate(cidade);
-    FAIL() << "a missing required name must be rejected";
-  } catch (const zo::Exception& e) {
-    EXPECT_STREQ(e.what(), "O valor da propriedade \"Nome\" da classe \"TCidade\" é obrigatório");
-  }
-  cidade.Nome = "São Paulo";
-  EXPECT_NO_THROW(info.Validate(cidade));
-  cidade.UF = "SPX";
-  EXPECT_THROW(info.Validate(cidade), zo::Exception);
-  cidade.UF = "ção";
-  EXPECT_THROW(info.Validate(cidade), zo::Exception) << "three characters in a column of two";
-  cidade.UF = "SP";
-  cidade.Nome = "Kraków ✓";
-  EXPECT_THROW(info.Validate(cidade), zo::Exception) << "outside Latin-1";
-}
-
+// Validation messages are checked end to end, Validate against Insert, by the server tests.
 TEST_F(LiteralsTest, ValidateLooksIntoEmbeddedMembersButNotTextBlobs) {
   TDataObjectInfo info;
   info.SetClass(&TCliente::StaticType());

@@ -1,5 +1,4 @@
-// Server actions: the template method, progress on the client's wait screen, cancelling, and
-// the object cache.
+// Server actions: the template method, progress on the client's wait screen and cancelling.
 
 #include <gtest/gtest.h>
 
@@ -16,10 +15,6 @@
 
 namespace zo::testing {
 namespace {
-
-using demo::TCidade;
-
-const TDataObjectClass kCidade = &TCidade::StaticType();
 
 // Runs `steps` steps, asking to cancel at step `cancelAt`; stops once cancelled. Returns the
 // number of steps done. Records the hooks it passes.
@@ -112,31 +107,6 @@ TEST_F(ActionServerTest, CancelStopsUnlessVetoedAndTheClientCanAbort) {
   EXPECT_EQ(action_.calls.back(), "Execute");
 }
 
-TEST_F(ActionServerTest, ObjectsAreReadOncePerExecution) {
-  Exec("INSERT INTO CIDADES (ID, NOME, UF) VALUES (5, 'Olinda', 'PE')");
-  TakeTrace("CIDADES");
-
-  EXPECT_EQ(action_.GetObject(kCidade, -1), nullptr);
-  TBaseDataObject* first = action_.GetObject(kCidade, 5);
-  ASSERT_NE(first, nullptr);
-  EXPECT_EQ(static_cast<TCidade*>(first)->Nome, "Olinda");
-  EXPECT_EQ(action_.GetObject(kCidade, 5), first);
-  EXPECT_EQ(TakeTrace("CIDADES").size(), 1u) << "the second read comes from the cache";
-
-  for (int attempt = 0; attempt < 2; ++attempt) {
-    EXPECT_EQ(MessageOf([&] { action_.GetObject(kCidade, 6); }),
-              "Objeto inexistente no repositório. ID: 6. Classe: TCidade");
-  }
-  EXPECT_EQ(TakeTrace("CIDADES").size(), 2u) << "a missing object is not cached";
-
-  action_.Execute();
-  action_.GetObject(kCidade, 5);
-  EXPECT_EQ(TakeTrace("CIDADES").size(), 1u) << "each execution starts with an empty cache";
-}
-
-using zo::TServerActionProgressWzd;
-using zo::testing::RecordingCallback;
-
 std::vector<int> ReportedPositions(int max, int steps) {
   TServerActionProgressWzd progress;
   std::vector<int> reported;
@@ -155,21 +125,6 @@ TEST(ProgressTest, StepsBecomeWholePercentsReportedOnChange) {
   EXPECT_GE(many.back(), 99);
   EXPECT_TRUE(std::is_sorted(many.begin(), many.end()));
   EXPECT_EQ(std::adjacent_find(many.begin(), many.end()), many.end()) << "each a new percent";
-}
-
-TEST(ProgressTest, DisabledReporterIgnoresEverythingButCancel) {
-  TServerActionProgressWzd progress;
-  int events = 0;
-  progress.OnProgress = [&](TServerActionProgressWzd&) { ++events; };
-  progress.SetEnabled(false);
-  progress.SetMax(2);
-  progress.Next();
-  progress.SetTitle("x");
-  EXPECT_EQ(events, 0);
-  EXPECT_EQ(progress.GetPosition(), 0);
-  EXPECT_EQ(progress.Title(), "");
-  progress.CancelOperation();
-  EXPECT_TRUE(progress.IsCanceled());
 }
 
 TEST(WaitScreenTest, CommandsTravelAsJsonAndTrueAborts) {

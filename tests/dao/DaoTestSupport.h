@@ -1,7 +1,7 @@
 #pragma once
 
-// The fixture of the DAO and action tests: a fresh demo database, an open connection with a
-// statement trace, and a client callback that records the wait-screen commands.
+// The fixture of the DAO and action tests: a fresh demo database, an open connection to it,
+// and a client callback that records the wait-screen commands.
 
 #include <gtest/gtest.h>
 
@@ -9,8 +9,6 @@
 
 #include <memory>
 #include <string>
-#include <utility>
-#include <vector>
 
 #include <zo/core/Exceptions.h>
 #include <zo/persistence/ZoServerUtils.h>
@@ -23,29 +21,14 @@ namespace zo::testing {
 
 class DaoTest : public ::testing::Test {
  protected:
-  DaoTest() {
-    demo::RegisterDemoClasses();
-    sql_ = db_.Connect();
-    sql_->SetTrace([this](const std::string& statement) { trace_.push_back(statement); });
-  }
+  DaoTest() { demo::RegisterDemoClasses(); }
 
   TDBXConnection& Conn() { return sql_->DBXConnection(); }
   void Exec(const std::string& sql) { ExecuteSqlCmd(Conn(), sql); }
-
-  // The first column of the first row as text ("" without a row); not traced.
-  std::string Scalar(const std::string& sql) {
-    const auto reader = GetReader(Conn(), sql);
-    std::string value = reader->Reader().Next() ? reader->Reader().GetString(0) : "";
-    trace_.pop_back();
-    return value;
-  }
-  int Count(const std::string& table) { return std::stoi(Scalar("SELECT COUNT(*) FROM " + table)); }
+  int Count(const std::string& table) { return QueryInt(*sql_, "SELECT COUNT(*) FROM " + table); }
   // Seen from a second attachment: only committed rows count.
   int CommittedCount(const std::string& table) {
-    const auto other = db_.Connect();
-    const auto reader = GetReader(other->DBXConnection(), "SELECT COUNT(*) FROM " + table);
-    reader->Reader().Next();
-    return reader->Reader().GetInt32(0);
+    return QueryInt(*db_.Connect(), "SELECT COUNT(*) FROM " + table);
   }
 
   // Cities `first` .. `first + n - 1` (state "PE"), in one transaction: plain inserts are
@@ -64,18 +47,8 @@ class DaoTest : public ::testing::Test {
                      cidadeId, cidadeId, cidadeId));
   }
 
-  // Statements run since the last call that mention `table`, and forgets all of them.
-  std::vector<std::string> TakeTrace(const std::string& table) {
-    std::vector<std::string> matching;
-    for (auto& s : std::exchange(trace_, {})) {
-      if (s.find(table) != std::string::npos) matching.push_back(std::move(s));
-    }
-    return matching;
-  }
-
   DemoDatabase db_;
-  std::unique_ptr<TSQLConnection> sql_;
-  std::vector<std::string> trace_;
+  std::unique_ptr<TSQLConnection> sql_ = db_.Connect();
   RecordingCallback callback_;
 };
 

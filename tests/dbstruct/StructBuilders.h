@@ -51,13 +51,6 @@ inline TUniqueStruct& AddUnique(TTableStruct& table, std::string_view name,
   return table.AddUnique(std::move(unique));
 }
 
-inline TIndiceStruct& AddIndex(TTableStruct& table, std::string_view name, std::string column) {
-  auto index = std::make_unique<TIndiceStruct>();
-  index->setName(name);
-  index->SetColumn(std::move(column));
-  return table.AddIndex(std::move(index));
-}
-
 inline std::unique_ptr<TUDFArgument> MakeArgument(int32_t fieldType, int32_t size = 0) {
   auto argument = std::make_unique<TUDFArgument>();
   argument->SetFieldType(fieldType);

@@ -3,37 +3,21 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <fstream>
-#include <sstream>
 #include <string>
 
-#include "platform/db/AttachString.h"
-#include "platform/db/CreateDatabase.h"
 #include <zo/core/Exceptions.h>
 #include <zo/platform/db/ConnectionParams.h>
+#include "platform/db/AttachString.h"
 
-#include "tests/platform_db/DbTestSupport.h"
-#include "tests/support/FirebirdServer.h"
 #include "tests/support/TempDir.h"
 
 namespace zo::testing {
 namespace {
 
-std::string ReadAll(const std::filesystem::path& path) {
-  std::ifstream in(path, std::ios::binary);
-  std::ostringstream text;
-  text << in.rdbuf();
-  return text.str();
-}
-
-void WriteAll(const std::filesystem::path& path, const std::string& text) {
-  std::ofstream(path, std::ios::binary) << text;
-}
-
 TEST(SqlConnectionParams, LoadsEitherLineEndingAndSavesNewlines) {
   const TempDir dir;
   const auto file = dir.Path() / "conn.conf";
-  WriteAll(
+  WriteText(
       file,
       "DriverName=Firebird\r\nDatabase=CustomersDB/ACME/ZO.FDB\r\nUser_Name=SYSDBA\nPassword=a=b");
   TConnectionParams params;
@@ -46,7 +30,7 @@ TEST(SqlConnectionParams, LoadsEitherLineEndingAndSavesNewlines) {
   params.SetValue("user_name", "ZO");        // replaces in place, whatever the case
   params.SetValue("ServerCharSet", "UTF8");  // appends
   params.SaveToFile(file);
-  EXPECT_EQ(ReadAll(file),
+  EXPECT_EQ(ReadText(file),
             "DriverName=Firebird\nDatabase=CustomersDB/ACME/ZO.FDB\nuser_name=ZO\nPassword=a=b\n"
             "ServerCharSet=UTF8\n");
   // Only the file itself is left: the temporary was renamed into place.
@@ -94,33 +78,6 @@ TEST(SqlConnectionParams, AttachStringChoosesEmbeddedOrServer) {
   // A Database that names its own server wins over Server.
   EXPECT_EQ(attach({"Server=db1", "Database=db2/3050:/x.fdb"}), "db2/3050:/x.fdb");
   EXPECT_THROW(attach({"Server=db1"}), Exception);
-}
-
-// The same round trip through a Firebird server over TCP, with a server this test starts on a
-// free loopback port and stops afterwards.
-TEST(SqlLayerServer, EveryTypeRoundTripsOverTcp) {
-  const std::string password = SysdbaPassword();
-  const FirebirdServer server;
-  const TempDir dir;
-  const std::string host = server.Host();
-  TCreateDatabaseOptions options;
-  options.password = password;
-  options.forcedWrites = false;
-  CreateDatabaseFile(host + ":" + dir.File("server.fdb"), options);
-
-  TSQLConnection conn;
-  conn.Params().SetValue("Server", host);
-  conn.Params().SetValue("ServerRoot", dir.Path().string());
-  conn.Params().SetValue("Database", "server.fdb");
-  conn.Params().SetValue("User_Name", "SYSDBA");
-  conn.Params().SetValue("Password", password);
-  conn.Open();
-  EXPECT_EQ(Scalar(conn,
-                   "SELECT MON$REMOTE_PROTOCOL FROM MON$ATTACHMENTS "
-                   "WHERE MON$ATTACHMENT_ID = CURRENT_CONNECTION"),
-            "TCPv4");
-  CheckRoundTripOfEveryType(conn);
-  conn.Close();
 }
 
 }  // namespace

@@ -4,9 +4,9 @@
 
 #include <zo/core/Dates.h>
 #include <zo/core/Exceptions.h>
-#include "platform/db/CreateDatabase.h"
 #include <zo/platform/db/DataTypes.h>
 #include <zo/platform/db/DatabaseError.h>
+#include "platform/db/CreateDatabase.h"
 #include "tests/platform_db/DbTestSupport.h"
 
 namespace zo::testing {
@@ -32,9 +32,9 @@ void WriteBinaryBlob(TSQLConnection& conn, const std::vector<std::uint8_t>& byte
   }
 }
 
-}  // namespace
-
-void CheckRoundTripOfEveryType(TSQLConnection& conn) {
+TEST_F(SqlLayerTest, EveryTypeRoundTripsThroughTheEmbeddedEngine) {
+  Open(conn_);
+  TSQLConnection& conn = conn_;
   Update(conn,
          "CREATE TABLE ALLTYPES (ID INTEGER NOT NULL PRIMARY KEY, SI SMALLINT, I INTEGER, "
          "BI BIGINT, N NUMERIC(15,2), N4 NUMERIC(4,1), F FLOAT, D DOUBLE PRECISION, DT DATE, "
@@ -121,11 +121,6 @@ TEST_F(SqlLayerTest, CreatedDatabaseHasTheAgreedSettings) {
   EXPECT_THROW(CreateDatabaseFile(DatabasePath()), EDatabaseError);
 }
 
-TEST_F(SqlLayerTest, EveryTypeRoundTripsThroughTheEmbeddedEngine) {
-  Open(conn_);
-  CheckRoundTripOfEveryType(conn_);
-}
-
 TEST_F(SqlLayerTest, ReaderConvertsBetweenReasonableTypesAndRefusesTheRest) {
   Open(conn_);
   auto r = Query(conn_,
@@ -182,4 +177,5 @@ TEST_F(SqlLayerTest, EveryKindOfStatementRuns) {
   EXPECT_EQ(Scalar(conn_, "SELECT COUNT(*) FROM T"), "4");
 }
 
+}  // namespace
 }  // namespace zo::testing

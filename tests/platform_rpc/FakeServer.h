@@ -53,7 +53,6 @@ class TestServer {
   explicit TestServer(RpcServerOptions options = {});
   ~TestServer();
 
-  RpcServer& Server() { return *server_; }
   Journal& journal() { return factory_->journal; }
   std::uint16_t Port() const { return server_->Port(); }
   // A WebSocket client, opened; connected as ACME/ana unless `connect` is false.

@@ -9,14 +9,12 @@
 #include <zo/schema/DBManager.h>
 #include "examples/demo/DemoClasses.h"
 
-#include "tests/schema/MigrationSupport.h"
 #include "tests/schema/SchemaTestClasses.h"
 #include "tests/support/DemoDatabase.h"
 
 namespace zo {
 namespace {
 
-using testing::MigrationScript;
 using testing::QueryString;
 using testing::RunScript;
 
@@ -24,6 +22,17 @@ std::unique_ptr<TModuleStruct> DemoModel() {
   demo::RegisterDemoClasses();
   return TDataObjectInfoDB::GenerateDataBaseStruct(HInstance, demo::kDemoModuleName,
                                                    demo::DemoTableClasses());
+}
+
+// The script that brings the database on `conn` to `expected`, as the schema tool makes it:
+// the catalog's model compared with the classes' model.
+std::string MigrationScript(TSQLConnection& conn, const TModuleStruct& expected,
+                            const TCatalogReadOptions& options = {}) {
+  const auto current = ReadDatabaseStruct(conn.DBXConnection(), &expected, options);
+  TDataBaseManager manager;
+  manager.SetCurrentStruct(current.get());
+  manager.SetNewStruct(&expected);
+  return manager.MakeScript();
 }
 
 // A fresh empty database in its own directory.

@@ -2,6 +2,7 @@
 // passes, are the migrations run on Firebird).
 #include <gtest/gtest.h>
 
+#include <zo/core/Text.h>
 #include <zo/schema/DBManager.h>
 #include "tests/dbstruct/StructBuilders.h"
 
@@ -9,7 +10,6 @@ namespace zo {
 namespace {
 
 using namespace zo::testing;  // NOLINT(google-build-using-namespace)
-using Lines = std::vector<std::string>;
 
 constexpr const char* kVarchar60 = "VARCHAR(60)  CHARACTER SET ISO8859_1";
 
@@ -29,22 +29,11 @@ TTableStruct& Extension(TModuleStruct& module, std::string_view name, std::strin
 
 class DBManagerTest : public ::testing::Test {
  protected:
-  // The script's lines (every line of it ends in "\r\n").
-  Lines Script() {
+  // The script; every line of it ends in "\r\n" (text::JoinLines of the expected lines).
+  std::string Script() {
     manager.SetCurrentStruct(&current);
     manager.SetNewStruct(&wanted);
-    const std::string script = manager.MakeScript();
-    Lines lines;
-    for (size_t start = 0; start < script.size();) {
-      const size_t end = script.find("\r\n", start);
-      if (end == std::string::npos) {
-        ADD_FAILURE() << "unterminated line: " << script.substr(start);
-        break;
-      }
-      lines.push_back(script.substr(start, end - start));
-      start = end + 2;
-    }
-    return lines;
+    return manager.MakeScript();
   }
 
   TModuleStruct current;  // the database
@@ -69,7 +58,8 @@ TEST_F(DBManagerTest, ColumnTypeChanges) {
   // Nullability is not compared.
   AddColumn(now, "NOW_REQUIRED", TDBRType::dbsFloat, 0, true);
   AddColumn(later, "NOW_REQUIRED", TDBRType::dbsFloat, 0, false);
-  EXPECT_EQ(Script(), (Lines{"ALTER TABLE T ALTER GROWN TYPE " + std::string(kVarchar60) + ";",
+  EXPECT_EQ(Script(),
+            text::JoinLines({"ALTER TABLE T ALTER GROWN TYPE " + std::string(kVarchar60) + ";",
                              "ALTER TABLE T ALTER TO_DATE TYPE DATE;",
                              "ALTER TABLE T ALTER TO_TEXT TYPE " + std::string(kVarchar60) + ";"}));
 }
@@ -83,9 +73,9 @@ TEST_F(DBManagerTest, ColumnsAddedAndDroppedOnTheClassesTable) {
   TTableStruct& later = Table(wanted, "CLIENTES", "TCliente");
   AddColumn(later, "NOME", TDBRType::dbsString, 60);
   AddColumn(later, "NOVO", TDBRType::dbsString, 60, true);
-  EXPECT_EQ(Script(),
-            (Lines{"ALTER TABLE CLIENTES ADD NOVO " + std::string(kVarchar60) + " NOT NULL;",
-                   "ALTER TABLE CLIENTES DROP GONE;"}));
+  EXPECT_EQ(Script(), text::JoinLines({"ALTER TABLE CLIENTES ADD NOVO " + std::string(kVarchar60) +
+                                           " NOT NULL;",
+                                       "ALTER TABLE CLIENTES DROP GONE;"}));
 }
 
 TEST_F(DBManagerTest, ForeignKeys) {
@@ -106,10 +96,11 @@ TEST_F(DBManagerTest, ForeignKeys) {
   AddForeignKey(later, "FK_S", "S_ID", "R", "ID");
   // A key of the database that the classes lack is left alone.
   AddForeignKey(now, "FK_EXTRA", "S_ID", "T", "ID");
-  EXPECT_EQ(Script(),
-            (Lines{"ALTER TABLE T DROP CONSTRAINT FK_OLD;",
-                   "ALTER TABLE T ADD CONSTRAINT FK_NEW FOREIGN KEY (R_ID) REFERENCES R (ID);",
-                   "ALTER TABLE T DROP CONSTRAINT FK_S_OLD;"}));
+  EXPECT_EQ(
+      Script(),
+      text::JoinLines({"ALTER TABLE T DROP CONSTRAINT FK_OLD;",
+                       "ALTER TABLE T ADD CONSTRAINT FK_NEW FOREIGN KEY (R_ID) REFERENCES R (ID);",
+                       "ALTER TABLE T DROP CONSTRAINT FK_S_OLD;"}));
 }
 
 TEST_F(DBManagerTest, VanishedTablesAreDroppedAfterTheColumnDrops) {
@@ -120,11 +111,12 @@ TEST_F(DBManagerTest, VanishedTablesAreDroppedAfterTheColumnDrops) {
   nameless.PrimaryKey()->setName("");
   AddColumn(Table(current, "KEPT", "TKept"), "OLD", TDBRType::dbsInteger);
   Table(wanted, "KEPT", "TKept");
-  EXPECT_EQ(Script(),
-            (Lines{"ALTER TABLE KEPT DROP OLD;", "ALTER TABLE GONE DROP CONSTRAINT PK_GONE;",
-                   "ALTER TABLE GONE DROP CONSTRAINT FK_GONE_A;",
-                   "ALTER TABLE GONE DROP CONSTRAINT FK_GONE_B;", "DROP TABLE GONE;",
-                   "ALTER TABLE NAMELESS DROP CONSTRAINT ;", "DROP TABLE NAMELESS;"}));
+  EXPECT_EQ(
+      Script(),
+      text::JoinLines({"ALTER TABLE KEPT DROP OLD;", "ALTER TABLE GONE DROP CONSTRAINT PK_GONE;",
+                       "ALTER TABLE GONE DROP CONSTRAINT FK_GONE_A;",
+                       "ALTER TABLE GONE DROP CONSTRAINT FK_GONE_B;", "DROP TABLE GONE;",
+                       "ALTER TABLE NAMELESS DROP CONSTRAINT ;", "DROP TABLE NAMELESS;"}));
 }
 
 TEST_F(DBManagerTest, ExtendedTablesKnownToTheDatabase) {
@@ -140,11 +132,12 @@ TEST_F(DBManagerTest, ExtendedTablesKnownToTheDatabase) {
   AddForeignKey(later, "FK_X", "R_ID", "R", "ID");  // no duplicate check here
   // An extended table the classes no longer have is kept.
   Extension(current, "T", "TGoneToo");
-  EXPECT_EQ(Script(),
-            (Lines{"ALTER TABLE T ALTER LONG TYPE VARCHAR(80)  CHARACTER SET ISO8859_1;",
-                   "ALTER TABLE T ADD NEW DATE;",
-                   "ALTER TABLE T ADD CONSTRAINT FK_X FOREIGN KEY (R_ID) REFERENCES R (ID);",
-                   "ALTER TABLE T DROP GONE;"}));
+  EXPECT_EQ(
+      Script(),
+      text::JoinLines({"ALTER TABLE T ALTER LONG TYPE VARCHAR(80)  CHARACTER SET ISO8859_1;",
+                       "ALTER TABLE T ADD NEW DATE;",
+                       "ALTER TABLE T ADD CONSTRAINT FK_X FOREIGN KEY (R_ID) REFERENCES R (ID);",
+                       "ALTER TABLE T DROP GONE;"}));
 }
 
 // An extension the database does not know: its columns are added unless another class of the
@@ -174,15 +167,17 @@ TEST_F(UnknownExtensionTest, KeysAreLookedUpWhereTheColumnSearchEnded) {
   TTableStruct& y = Extension("TY");
   AddColumn(y, "C", TDBRType::dbsInteger);
   AddForeignKey(y, "FK_Y", "C", "R", "ID");
-  EXPECT_EQ(Script(), (Lines{"ALTER TABLE T ADD B INTEGER;",
+  EXPECT_EQ(Script(),
+            text::JoinLines({"ALTER TABLE T ADD B INTEGER;",
                              "ALTER TABLE T ADD CONSTRAINT FK_X FOREIGN KEY (B) REFERENCES R (ID);",
                              "ALTER TABLE T ADD C INTEGER;"}));
 }
 
 TEST_F(UnknownExtensionTest, WithoutColumnsEveryKeyIsWritten) {
   AddForeignKey(Extension("TX"), "FK_X", "A", "R", "ID");
-  EXPECT_EQ(Script(),
-            Lines{"ALTER TABLE T ADD CONSTRAINT FK_X FOREIGN KEY (A) REFERENCES R (ID);"});
+  EXPECT_EQ(
+      Script(),
+      text::JoinLines({"ALTER TABLE T ADD CONSTRAINT FK_X FOREIGN KEY (A) REFERENCES R (ID);"}));
 }
 
 // Unique constraints come last, once every column they need exists; a column that already
@@ -198,9 +193,9 @@ TEST_F(DBManagerTest, MissingUniqueConstraintsAreAddedLast) {
   AddUnique(later, "TCODE", "CODE");
   AddUnique(later, "TEMAIL", "EMAIL");
   AddUnique(Extension(wanted, "T", "TX"), "TVIP", "VIP");
-  EXPECT_EQ(Script(), (Lines{"ALTER TABLE T ADD EMAIL INTEGER;",
-                             "ALTER TABLE T ADD CONSTRAINT TEMAIL UNIQUE (EMAIL);",
-                             "ALTER TABLE T ADD CONSTRAINT TVIP UNIQUE (VIP);"}));
+  EXPECT_EQ(Script(), text::JoinLines({"ALTER TABLE T ADD EMAIL INTEGER;",
+                                       "ALTER TABLE T ADD CONSTRAINT TEMAIL UNIQUE (EMAIL);",
+                                       "ALTER TABLE T ADD CONSTRAINT TVIP UNIQUE (VIP);"}));
 }
 
 }  // namespace

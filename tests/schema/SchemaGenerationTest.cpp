@@ -8,9 +8,6 @@
 #include <zo/dbstruct/DBStructClasses.h>
 #include <zo/mapping/ClassSchema.h>
 #include <zo/mapping/ServerClasses.h>
-#include <zo/platform/db/DBXCommand.h>
-#include <zo/platform/db/DBXConnection.h>
-#include <zo/platform/db/DBXReader.h>
 #include "tests/schema/SchemaTestClasses.h"
 #include "tests/support/DemoDatabase.h"
 
@@ -215,14 +212,12 @@ TEST_F(SchemaGenerationTest, ScriptOfTheTestClassesRunsOnFirebird) {
   auto conn = testing::OpenConnection(path);
   ASSERT_NO_THROW(testing::RunScript(*conn, TDataObjectInfoDB::GenerateScriptDataBase(*module)));
 
-  auto cmd = conn->DBXConnection().CreateCommand();
-  cmd->SetText(
-      "select count(*) from rdb$relation_constraints where rdb$constraint_name in "
-      "('TESTVENDADOPERIODOVENDADOPERIOD', 'TESTENDSOENDERECOREFS', 'PK_XX_PREFIXADA', "
-      "'PEDIDOS_DE_VENDACODIGO_DE_BARRA')");
-  auto reader = cmd->ExecuteQuery();
-  ASSERT_TRUE(reader->Next());
-  EXPECT_EQ(reader->GetInt32(0), 4);
+  EXPECT_EQ(testing::QueryInt(*conn,
+                              "select count(*) from rdb$relation_constraints where "
+                              "rdb$constraint_name in ('TESTVENDADOPERIODOVENDADOPERIOD', "
+                              "'TESTENDSOENDERECOREFS', 'PK_XX_PREFIXADA', "
+                              "'PEDIDOS_DE_VENDACODIGO_DE_BARRA')"),
+            4);
 }
 
 }  // namespace

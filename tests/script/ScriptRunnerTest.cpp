@@ -22,7 +22,7 @@ class ScriptRunner : public testing::InTempDirTest {
   void CreateDatabase(const std::string& name = "ZO.FDB") {
     runner_.setDatabaseFile(Dir().File(name));
     runner_.createDataBase();
-    testing::WriteFile(kScriptErrorLogFile, "");
+    testing::WriteText(kScriptErrorLogFile, "");
   }
 
   std::unique_ptr<TSQLConnection> Observer(const std::string& name = "ZO.FDB") const {
@@ -50,7 +50,7 @@ TEST_F(ScriptRunner, CreateDataBaseReplacesAnExistingFile) {
   observer->Close();
 
   // Not even a database: still replaced.
-  testing::WriteFile(path, "not a database");
+  testing::WriteText(path, "not a database");
   runner_.createDataBase();
   EXPECT_TRUE(runner_.IBDataBase().Connected());
 }
@@ -90,7 +90,7 @@ TEST_F(ScriptRunner, ScriptErrorHandlerLogsAndDecides) {
   EXPECT_FALSE(std::filesystem::exists(kScriptErrorLogFile));
 
   CreateDatabase();
-  testing::WriteFile(kScriptErrorLogFile, "earlier line\n");
+  testing::WriteText(kScriptErrorLogFile, "earlier line\n");
   // A phrase is tolerated only as the database's verdict of that kind: a value that merely
   // contains "already exists" fails to convert, and that stops the run.
   runner_.getSQLScript() = {
@@ -121,7 +121,7 @@ TEST_F(ScriptRunner, ScriptErrorHandlerLogsAndDecides) {
 TEST_F(ScriptRunner, NewDataBaseReadsConnConfOfTheCurrentDirectory) {
   EXPECT_THROW(runner_.newDataBase(), Exception);
   testing::CreateEmptyDatabase(Dir().File("ZO.FDB"));
-  testing::WriteFile("conn.conf",
+  testing::WriteText("conn.conf",
                      "Database=" + Dir().File("ZO.FDB") + "\r\nUser_Name=SYSDBA\r\nPassword=x\r\n");
   auto connection = runner_.newDataBase();
   EXPECT_EQ(connection->Params().Values("Password"), "x");

@@ -1,27 +1,16 @@
 #pragma once
 
-#include <filesystem>
+#include <fstream>
 #include <string>
 #include <vector>
 
 #include <gtest/gtest.h>
 
 #include <zo/platform/db/SQLConnection.h>
+#include "tests/support/DemoDatabase.h"
 #include "tests/support/TempDir.h"
 
 namespace zo::testing {
-
-// Makes `path` the current directory for the object's lifetime.
-class CurrentDirectory {
- public:
-  explicit CurrentDirectory(const std::filesystem::path& path);
-  ~CurrentDirectory();
-  CurrentDirectory(const CurrentDirectory&) = delete;
-  CurrentDirectory& operator=(const CurrentDirectory&) = delete;
-
- private:
-  std::filesystem::path previous_;
-};
 
 // A test run inside a fresh temporary directory (the runner's log and conn.conf live in the
 // current directory).
@@ -35,10 +24,17 @@ class InTempDirTest : public ::testing::Test {
 };
 
 // Lines of a text file ("" when it is missing).
-std::vector<std::string> ReadLines(const std::string& path);
-void WriteFile(const std::string& path, const std::string& content);
+inline std::vector<std::string> ReadLines(const std::string& path) {
+  std::ifstream in(path);
+  std::vector<std::string> lines;
+  for (std::string line; std::getline(in, line);) lines.push_back(line);
+  return lines;
+}
 
 // Tables made by users (not Firebird's own).
-int UserTableCount(TSQLConnection& connection);
+inline int UserTableCount(TSQLConnection& connection) {
+  return QueryInt(connection,
+                  "select count(*) from RDB$RELATIONS where coalesce(RDB$SYSTEM_FLAG, 0) = 0");
+}
 
 }  // namespace zo::testing

@@ -208,23 +208,5 @@ TEST(UserPasswordsTest, UntrustedIdentifiersAreChecked) {
   }
 }
 
-TEST(UserPasswordsTest, HashColumnIsAddedOnceAndStoresPerUser) {
-  zo::testing::DemoDatabase db;
-  auto conn = db.Connect();
-  auto& dbx = conn->DBXConnection();
-  zo::EnsurePasswordColumn(dbx);
-  zo::EnsurePasswordColumn(dbx);  // a second time changes nothing
-  auto cmd = dbx.CreateCommand();
-  cmd->SetText("insert into USUARIOS(ID, LOGIN, NOME) values(1, 'ana', 'Ana')");
-  cmd->ExecuteUpdate();
-  EXPECT_FALSE(zo::LoadPasswordHash(dbx, "ana").has_value()) << "no password set yet";
-  zo::StorePasswordHash(dbx, 1, zo::HashPassword("pw", 1000));
-  const auto stored = zo::LoadPasswordHash(dbx, "ana");
-  ASSERT_TRUE(stored.has_value());
-  EXPECT_TRUE(zo::VerifyPassword("pw", *stored));
-  EXPECT_FALSE(zo::LoadPasswordHash(dbx, "bia").has_value());
-  EXPECT_FALSE(zo::LoadPasswordHash(dbx, "ana' or ''='").has_value());
-}
-
 }  // namespace
 }  // namespace zo::testing

@@ -18,11 +18,11 @@ class ModuleLifecycleTest : public ModuleTest {};
 
 TEST_F(ModuleLifecycleTest, EmptyCustomerUsesTheDefaultConfAsItStands) {
   WriteDefaultConf();
-  const std::string before = ReadFile("conn.conf");
+  const std::string before = ReadText(Root() / "conn.conf");
   const auto module = MakeModule();
 
   EXPECT_EQ(module->GetCurrentDataBase(), db.Path());
-  EXPECT_EQ(ReadFile("conn.conf"), before);
+  EXPECT_EQ(ReadText(Root() / "conn.conf"), before);
   EXPECT_FALSE(fs::exists(Root() / "CustomersDB"));
   EXPECT_EQ(TZoCustomServerModule::GetDBConfigurationFilename(""), "conn.conf");
   EXPECT_EQ(TZoCustomServerModule::GetCustomerDir(""), "");
@@ -50,7 +50,7 @@ TEST_F(ModuleLifecycleTest, NewCustomerGetsItsConfFromTheDefaultAndKeepsIt) {
   // Files are found from the application root, wherever the process's current directory is.
   fs::current_path(fs::temp_directory_path());
   const auto first = MakeModule("ACME");
-  EXPECT_EQ(ReadFile("CustomersDB/ACME/conn.conf"),
+  EXPECT_EQ(ReadText(Root() / "CustomersDB/ACME/conn.conf"),
             "Database=CustomersDB/ACME/ZO.FDB\nUser_Name=SYSDBA\nPassword=masterkey\n"
             "SQLDialect=3\n");
   EXPECT_EQ(first->GetCurrentDataBase(), "CustomersDB/ACME/ZO.FDB");

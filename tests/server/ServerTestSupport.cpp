@@ -1,8 +1,5 @@
 #include "tests/server/ServerTestSupport.h"
 
-#include <fstream>
-#include <sstream>
-
 #include <zo/platform/db/DBXCommand.h>
 #include <zo/platform/db/DBXConnection.h>
 #include <zo/platform/db/DBXReader.h>
@@ -23,28 +20,17 @@ void TRecordingModule::AddToDataBaseLog(const std::string& text, TTipoLogger tip
   log.push_back({text, tipo, erro});
 }
 
-ModuleTest::ModuleTest() : previousDir_(fs::current_path()) {
+ModuleTest::ModuleTest() {
   demo::RegisterDemoClasses();
-  fs::current_path(root_.Path());
   SetApplicationRoot(root_.Path().string());
 }
 
-ModuleTest::~ModuleTest() {
-  SetApplicationRoot("");
-  fs::current_path(previousDir_);
-}
+ModuleTest::~ModuleTest() { SetApplicationRoot(""); }
 
 void ModuleTest::WriteFile(const std::string& relative, const std::string& content) const {
   const fs::path path = Root() / relative;
   fs::create_directories(path.parent_path());
-  std::ofstream(path, std::ios::binary) << content;
-}
-
-std::string ModuleTest::ReadFile(const std::string& relative) const {
-  std::ifstream in(Root() / relative, std::ios::binary);
-  std::ostringstream content;
-  content << in.rdbuf();
-  return content.str();
+  WriteText(path, content);
 }
 
 void ModuleTest::WriteDefaultConf() const {

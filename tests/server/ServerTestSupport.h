@@ -52,7 +52,6 @@ class ModuleTest : public ::testing::Test {
   const std::filesystem::path& Root() const { return root_.Path(); }
   // Writes Root()/relative with `content` exactly, making its directory.
   void WriteFile(const std::string& relative, const std::string& content) const;
-  std::string ReadFile(const std::string& relative) const;
   // The default conn.conf pointing at the demo database `db`.
   void WriteDefaultConf() const;
   // Root()/relative: a copy of a fresh demo database.
@@ -65,7 +64,7 @@ class ModuleTest : public ::testing::Test {
 
  private:
   TempDir root_;
-  std::filesystem::path previousDir_;
+  CurrentDirectory inRoot_{root_.Path()};
 };
 
 // A data object's JSON for the wire: class and fields (the "id" is only for references).

@@ -6,9 +6,9 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <fstream>
-#include <sstream>
+#include <algorithm>
 #include <stdexcept>
+#include <string_view>
 #include <thread>
 
 extern char** environ;
@@ -56,8 +56,20 @@ ChildProcess::ChildProcess(const std::string& binary, const std::vector<std::str
   std::vector<char*> argv;
   for (auto& word : words) argv.push_back(word.data());
   argv.push_back(nullptr);
+  std::vector<std::string> variables;
+  for (char** v = environ; *v; ++v) {
+    const std::string_view name = std::string_view(*v).substr(0, std::string_view(*v).find('='));
+    const auto changed = [&](const std::string& e) { return e.substr(0, e.find('=')) == name; };
+    if (std::none_of(streams.env.begin(), streams.env.end(), changed)) variables.push_back(*v);
+  }
+  for (const auto& e : streams.env) {
+    if (e.find('=') != std::string::npos) variables.push_back(e);
+  }
+  std::vector<char*> envp;
+  for (auto& variable : variables) envp.push_back(variable.data());
+  envp.push_back(nullptr);
   const FileActions actions(streams);
-  if (posix_spawn(&pid_, binary.c_str(), actions.Get(), nullptr, argv.data(), environ) != 0) {
+  if (posix_spawn(&pid_, binary.c_str(), actions.Get(), nullptr, argv.data(), envp.data()) != 0) {
     pid_ = 0;
     throw std::runtime_error("cannot start " + binary);
   }
@@ -99,13 +111,6 @@ int RunTool(const std::string& binary, const std::vector<std::string>& args,
   const auto code = tool.Wait(timeout);
   if (!code) throw std::runtime_error(binary + " did not finish in time");
   return *code;
-}
-
-std::string ReadText(const std::filesystem::path& path) {
-  std::ifstream in(path, std::ios::binary);
-  std::ostringstream text;
-  text << in.rdbuf();
-  return text.str();
 }
 
 }  // namespace zo::testing

@@ -8,6 +8,8 @@
 #include <string>
 #include <vector>
 
+#include "tests/support/TempDir.h"
+
 namespace zo::testing {
 
 // Where a child's standard streams go; an empty path means /dev/null.
@@ -16,6 +18,8 @@ struct ChildStreams {
   std::filesystem::path input{};
   std::filesystem::path output{};
   std::filesystem::path errors{};
+  // Changes to the inherited environment: "NAME=value" sets a variable, a bare "NAME" drops it.
+  std::vector<std::string> env{};
 };
 
 // A child process that never outlives its guard: the destructor kills and reaps it if it is
@@ -45,7 +49,5 @@ class ChildProcess {
 // Runs a tool to its end (at most `timeout`, then it is killed) and returns its exit code.
 int RunTool(const std::string& binary, const std::vector<std::string>& args,
             const ChildStreams& streams, std::chrono::milliseconds timeout);
-
-std::string ReadText(const std::filesystem::path& path);
 
 }  // namespace zo::testing

@@ -2,7 +2,9 @@
 
 #include <unistd.h>
 #include <atomic>
+#include <fstream>
 #include <random>
+#include <sstream>
 
 namespace zo::testing {
 
@@ -18,6 +20,17 @@ TempDir::TempDir() {
 TempDir::~TempDir() {
   std::error_code ec;
   std::filesystem::remove_all(path_, ec);
+}
+
+std::string ReadText(const std::filesystem::path& path) {
+  std::ifstream in(path, std::ios::binary);
+  std::ostringstream text;
+  text << in.rdbuf();
+  return text.str();
+}
+
+void WriteText(const std::filesystem::path& path, const std::string& text) {
+  std::ofstream(path, std::ios::binary) << text;
 }
 
 }  // namespace zo::testing
