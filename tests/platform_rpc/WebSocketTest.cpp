@@ -30,7 +30,7 @@ TEST(WebSocketTest, ConnectIsRequiredOnceRefusalsAreVerbatimAndCloseDestroysTheS
   EXPECT_EQ(client->Call("Echo", {{"x", 1}, {"s", "ação"}}), json({{"x", 1}, {"s", "ação"}}));
   EXPECT_EQ(client->Call("Who"), json({{"customer", "ACME"}, {"user", "ana"}}));
   client->Close();
-  EXPECT_TRUE(server.journal().WaitForNoSession());
+  EXPECT_TRUE(server.journal().WaitForLive(0));
 }
 
 TEST(WebSocketTest, MalformedMessagesGetStandardErrorsAndTheSocketStaysUsable) {
@@ -125,7 +125,7 @@ TEST(WebSocketTest, ClientVanishingDuringACallbackEndsTheCallAndTheSession) {
 
   client.reset();  // never answers
   EXPECT_TRUE(server.journal().WaitForEvent("progress failed: Operation aborted"));
-  EXPECT_TRUE(server.journal().WaitForNoSession());
+  EXPECT_TRUE(server.journal().WaitForLive(0));
 }
 
 TEST(WebSocketTest, AnUnansweredCallbackTimesOutAsAnAbort) {
