@@ -19,7 +19,8 @@ Rejected Reject(const json& id, int code, const std::string& message) {
   return {ErrorResponse(IsValidId(id) ? id : json(nullptr), code, message)};
 }
 
-Incoming ParseRequest(const json& message) {
+// `message` is taken apart: its params move into the request rather than being copied.
+Incoming ParseRequest(json& message) {
   const json id = Member(message, "id");
   if (Member(message, "jsonrpc") != "2.0") {
     return Reject(id, codes::kInvalidRequest, "Invalid request: \"jsonrpc\" must be \"2.0\"");
@@ -35,12 +36,13 @@ Incoming ParseRequest(const json& message) {
   request.id = id;
   request.notification = !message.contains("id");
   request.method = message.at("method").get<std::string>();
-  const json params = Member(message, "params");
-  if (params.is_object()) {
-    request.params = params;
-  } else if (!params.is_null()) {
-    return Reject(id, codes::kInvalidParams,
-                  "Invalid params: \"params\" must be an object of named parameters");
+  const auto params = message.find("params");
+  if (params != message.end() && !params->is_null()) {
+    if (!params->is_object()) {
+      return Reject(id, codes::kInvalidParams,
+                    "Invalid params: \"params\" must be an object of named parameters");
+    }
+    request.params = std::move(*params);
   }
   return request;
 }
@@ -101,7 +103,7 @@ Incoming ParseIncoming(std::string_view text, std::size_t maxDepth) {
                   "Invalid request: arrays and objects nested deeper than " +
                       std::to_string(maxDepth) + " levels");
   }
-  const json message = json::parse(text, nullptr, /*allow_exceptions=*/false);
+  json message = json::parse(text, nullptr, /*allow_exceptions=*/false);
   if (message.is_discarded()) return Reject(nullptr, codes::kParseError, "Parse error");
   if (message.is_array()) {
     return Reject(nullptr, codes::kInvalidRequest, "Batch requests are not supported");
@@ -118,8 +120,15 @@ std::string Serialize(const json& message) {
   return message.dump(-1, ' ', false, json::error_handler_t::replace);
 }
 
+// Written as the envelope object would dump (members in key order, no spaces), without
+// copying a possibly large result into that object first.
 std::string ResultResponse(const json& id, const json& result) {
-  return Serialize({{"jsonrpc", "2.0"}, {"id", id}, {"result", result}});
+  std::string text = "{\"id\":";
+  text += Serialize(id);
+  text += ",\"jsonrpc\":\"2.0\",\"result\":";
+  text += Serialize(result);
+  text += '}';
+  return text;
 }
 
 std::string ErrorResponse(const json& id, int code, const std::string& message, const json& data) {

@@ -103,32 +103,20 @@ TEST_F(ServerAttacks, InjectedConditionsAreRefusedByEveryMethodThatTakesOne) {
                                          logged + 15));
 }
 
-TEST_F(ServerAttacks, AnOrdinaryUserCannotTakeOverOtherUsers) {
-  // The administrator makes an ordinary user with a password.
+// Every refusal is the module's own test; here the server acts as the user who logged in and
+// logs what it refused, naming who asked for what.
+TEST_F(ServerAttacks, AnOrdinaryUserCannotMakeItselfAdministrator) {
   const int zeca = acme_->Call(
       "Insert",
       {{"jObj", {{"type", "ZoCore.TUser"}, {"fields", {{"Login", "zeca"}, {"Nome", "Zeca"}}}}}});
   acme_->Call("SetUserPassword", {{"id", zeca}, {"APassword", kZeca.password}});
   const auto attacker = Live().ConnectWs(kZeca);
-  const json ana = attacker->Call("GetByCondition",
-                                  {{"AClassName", "TUser"}, {"ACondition", "Login = 'ana'"}})[0];
-  json renamed = ana;
-  renamed["fields"]["Login"] = "zeca";
-  const std::vector<std::pair<std::string, json>> attacks = {
-      {"Update", {{"jObj", renamed}, {"Callback", true}}},
-      {"Delete", {{"AClassName", "TUser"}, {"id", ana["fields"]["Codigo"]}}},
-      {"DeleteArray", {{"AClassName", "TUser"}, {"jArray", {ana["fields"]["Codigo"]}}}},
-      {"Insert",
-       {{"jObj", {{"type", "ZoCore.TUser"}, {"fields", {{"Login", "mole"}, {"Nome", "M"}}}}}}},
-      {"SetUserRole", {{"id", zeca}, {"ARole", "admin"}}},
-      {"SetUserPassword", {{"id", ana["fields"]["Codigo"]}, {"APassword", "minha agora"}}},
-  };
-  for (const auto& [method, params] : attacks) {
-    const rpc::RpcError error = ErrorOf([&] { attacker->Call(method, params); });
-    EXPECT_TRUE(std::string(error.what()).starts_with("Acesso negado: ")) << method << error.what();
-  }
-  EXPECT_NO_THROW(Live().ConnectWs(kAcme)) << "ana still logs in with her own password";
-  EXPECT_GE(Live().Server().CountInLog("warning: refused authorization ACME/zeca"), 6);
+  const std::string refused = ErrorOf([&] {
+                                attacker->Call("SetUserRole", {{"id", zeca}, {"ARole", "admin"}});
+                              }).what();
+  EXPECT_TRUE(refused.starts_with("Acesso negado: ")) << refused;
+  EXPECT_TRUE(Live().Server().WaitForLog("warning: refused authorization ACME/zeca SetUserRole: ",
+                                         std::chrono::seconds(5)));
   acme_->Call("Delete", {{"AClassName", "TUser"}, {"id", zeca}});
 }
 

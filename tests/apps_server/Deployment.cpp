@@ -79,12 +79,6 @@ void Seed(const fs::path& root, const fs::path& io, const Customer& customer) {
 
 }  // namespace
 
-std::vector<int> CityBatchIds() {
-  std::vector<int> ids(kBatchSize);
-  for (int i = 0; i < kBatchSize; ++i) ids[i] = 100001 + i;
-  return ids;
-}
-
 Deployment::Deployment(const DeploymentOptions& options) {
   const TempDir io;
   AddCustomers(Root(), io.Path(), options.customers);
@@ -244,11 +238,6 @@ Remote::Remote(const Deployment& deployment, const std::string& transport,
 
 json Remote::Call(const std::string& method, const json& params) {
   return ws_ ? ws_->Call(method, params) : http_->Call(method, params);
-}
-
-std::string ShortType(const json& object) {
-  const std::string type = object.value("type", "");
-  return type.substr(type.rfind('.') + 1);
 }
 
 }  // namespace zo::testing

@@ -60,11 +60,10 @@ struct Customer {
 };
 
 // Two tenants with a first user each. ACME also gets the demo's sample data and kBatchSize
-// cities with identifiers 100001 onwards (CityBatchIds), for a long DeleteArray.
+// cities with identifiers 100001 onwards, for a long DeleteArray.
 inline const Customer kAcme{"ACME", "ana", "s3nha da Ana"};
 inline const Customer kBeta{"BETA", "rui", "s3nha do Rui"};
 inline constexpr int kBatchSize = 1000;
-std::vector<int> CityBatchIds();
 
 struct DeploymentOptions {
   std::vector<Customer> customers{kAcme, kBeta};
@@ -126,8 +125,5 @@ class Remote {
   std::unique_ptr<rpc::RpcHttpClient> http_;
   std::vector<json> commands_;
 };
-
-// The class name of a data object's or a wait-screen command's JSON, without its unit.
-std::string ShortType(const json& object);
 
 }  // namespace zo::testing

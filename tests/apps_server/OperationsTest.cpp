@@ -10,6 +10,7 @@
 #include <filesystem>
 #include <fstream>
 #include <map>
+#include <numeric>
 #include <regex>
 #include <sstream>
 #include <string>
@@ -93,7 +94,9 @@ TEST(ServerLog, JsonLinesRecordEachCallAndTheStatementsOfSlowOnes) {
                          .seedAcme = true,
                          .serverArgs = {"--log-format", "json", "--slow-ms", "1"}});
   auto client = deployment.ConnectWs(kAcme);
-  client->Call("DeleteArray", {{"AClassName", "TCidade"}, {"jArray", CityBatchIds()}});
+  std::vector<int> batch(kBatchSize);
+  std::iota(batch.begin(), batch.end(), 100001);
+  client->Call("DeleteArray", {{"AClassName", "TCidade"}, {"jArray", batch}});
   EXPECT_EQ(ErrorOf([&] {
               client->Call("Get", {{"AClassName", "TNada"}, {"id", 1}});
             }).Code(),

@@ -113,25 +113,23 @@ TestServer::TestServer(RpcServerOptions options) : factory_(std::make_shared<Fak
 TestServer::~TestServer() { server_->Stop(); }
 
 namespace {
-RpcClientOptions TestClientOptions() {
+template <class Client>
+std::unique_ptr<Client> Opened(std::uint16_t port, bool connect) {
   RpcClientOptions options;
   options.timeout = std::chrono::seconds(5);  // a hung server fails the test, not the run
-  return options;
+  auto client = std::make_unique<Client>(options);
+  client->Open("127.0.0.1", port);
+  if (connect) client->Connect(kCredentials);
+  return client;
 }
 }  // namespace
 
 std::unique_ptr<RpcClient> TestServer::Client(bool connect) {
-  auto client = std::make_unique<RpcClient>(TestClientOptions());
-  client->Open("127.0.0.1", Port());
-  if (connect) client->Connect(kCredentials);
-  return client;
+  return Opened<RpcClient>(Port(), connect);
 }
 
 std::unique_ptr<RpcHttpClient> TestServer::HttpClient(bool connect) {
-  auto client = std::make_unique<RpcHttpClient>(TestClientOptions());
-  client->Open("127.0.0.1", Port());
-  if (connect) client->Connect(kCredentials);
-  return client;
+  return Opened<RpcHttpClient>(Port(), connect);
 }
 
 }  // namespace zo::rpc::testing

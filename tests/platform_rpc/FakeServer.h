@@ -27,7 +27,6 @@ class Journal {
                  std::chrono::milliseconds timeout = std::chrono::seconds(3));
   bool WaitForEvent(const std::string& event);
   bool WaitForLive(int sessions);
-  bool WaitForNoSession() { return WaitForLive(0); }
 
  private:
   std::mutex mutex_;

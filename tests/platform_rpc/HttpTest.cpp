@@ -12,7 +12,8 @@ namespace {
 using nlohmann::json;
 using namespace std::chrono_literals;
 
-TEST(HttpTest, OnlyAValidSessionTokenIsServed) {
+// Malformed bodies and oversized ones are the built server's tests, over the same transport.
+TEST(HttpTest, OnlyAValidSessionTokenIsServedAndFailuresAreJsonRpcErrors) {
   TestServer server;
   auto client = server.HttpClient(/*connect=*/false);
   EXPECT_EQ(ErrorOf([&] { client->Call("Echo"); }).Code(), codes::kNotConnected);
@@ -26,6 +27,8 @@ TEST(HttpTest, OnlyAValidSessionTokenIsServed) {
   EXPECT_EQ(client->SessionToken(), result["session"]);
   EXPECT_EQ(client->Call("Echo", {{"x", "ü"}}), json({{"x", "ü"}}));
   EXPECT_EQ(client->Call("Who"), json({{"customer", "ACME"}, {"user", "ana"}}));
+  EXPECT_TRUE(ErrorOf([&] { client->Call("Abort"); }).Aborted());
+  EXPECT_EQ(ErrorOf([&] { client->Call("Nope"); }).Code(), codes::kMethodNotFound);
 
   // A second client has a session of its own.
   auto other = server.HttpClient();
@@ -37,14 +40,6 @@ TEST(HttpTest, OnlyAValidSessionTokenIsServed) {
   EXPECT_TRUE(server.journal().WaitForLive(1));
   client->SetSessionToken(token);
   EXPECT_EQ(ErrorOf([&] { client->Call("Echo"); }).Code(), codes::kNotConnected);
-}
-
-// Malformed bodies and oversized ones are the built server's tests, over the same transport.
-TEST(HttpTest, SessionFailuresAreJsonRpcErrors) {
-  TestServer server;
-  auto client = server.HttpClient();
-  EXPECT_TRUE(ErrorOf([&] { client->Call("Abort"); }).Aborted());
-  EXPECT_EQ(ErrorOf([&] { client->Call("Nope"); }).Code(), codes::kMethodNotFound);
   RpcHttpClient lost;
   lost.Open("127.0.0.1", server.Port(), "/elsewhere");
   EXPECT_EQ(lost.Post("{}").status, 404);

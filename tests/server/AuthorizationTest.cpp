@@ -3,11 +3,8 @@
 
 #include <gtest/gtest.h>
 
-#include <mutex>
-
 #include <zo/platform/db/DBXCommand.h>
 #include <zo/platform/db/DBXConnection.h>
-#include <zo/server/Refusals.h>
 #include <zo/server/UserPasswords.h>
 #include <zo/server/UserRoles.h>
 
@@ -19,23 +16,6 @@ namespace zo::testing {
 namespace {
 
 using nlohmann::json;
-
-// Refusals reported while the tests run (observers stay for the program's life).
-struct RecordedRefusals {
-  std::mutex mutex;
-  std::vector<TRefusal> list;
-  static RecordedRefusals& Get() {
-    static RecordedRefusals* recorded = [] {
-      auto* r = new RecordedRefusals;
-      AddRefusalObserver([r](const TRefusal& refusal) {
-        std::lock_guard lock(r->mutex);
-        r->list.push_back(refusal);
-      });
-      return r;
-    }();
-    return *recorded;
-  }
-};
 
 class AuthorizationTest : public ModuleTest {
  protected:
@@ -50,7 +30,6 @@ class AuthorizationTest : public ModuleTest {
     ExecuteSql(*setup, "alter sequence GEN_USUARIOS restart with 10");
     admin = MakeModule("", "chefe");
     user = MakeModule("", "ana");
-    RecordedRefusals::Get().list.clear();
   }
   // Login:role of every user, to see that refused calls changed nothing.
   std::string Users() {
@@ -107,11 +86,6 @@ TEST_F(AuthorizationTest, OrdinaryUsersReadNamesAndChangeOnlyTheirOwnPassword) {
     }
   }
   EXPECT_EQ(Users(), before);
-  const auto& refusals = RecordedRefusals::Get().list;
-  ASSERT_EQ(refusals.size(), 8u);
-  EXPECT_EQ(refusals[0].kind, TRefusalKind::rkAuthorization);
-  EXPECT_EQ(refusals[0].user, "ana");
-  EXPECT_EQ(refusals[0].method, "Insert");
   const auto hash = LoadPasswordHash(user->SQLConnection()->DBXConnection(), "ana");
   ASSERT_TRUE(hash.has_value());
   EXPECT_TRUE(VerifyPassword("nova", *hash));

@@ -22,7 +22,6 @@ class FirebirdServer {
   FirebirdServer& operator=(const FirebirdServer&) = delete;
 
   std::uint16_t Port() const { return port_; }
-  std::string Host() const { return "127.0.0.1/" + std::to_string(port_); }
 
  private:
   std::uint16_t port_ = 0;
