@@ -23,43 +23,35 @@ bool Contains(const std::string& text, const std::string& part) {
   return text.find(part) != std::string::npos;
 }
 
-TEST(SchemaTool, CommandLineHelpAndExitCodes) {
+TEST(SchemaTool, CommandLineHelpAndErrors) {
   const TempDir dir;
-  const auto run = [&](std::vector<std::string> args) { return RunSchema(args, dir.Path()); };
-  const auto none = run({});
-  EXPECT_EQ(none.exitCode, 1);
-  EXPECT_TRUE(Contains(none.err, "Commands:"));
-
-  const auto help = run({"apply", "--help"});
-  EXPECT_EQ(help.exitCode, 0);
-  EXPECT_TRUE(Contains(help.out, "Usage: zo-schema apply")) << help.out;
-
-  const auto usage = [&](std::vector<std::string> args, const std::string& message) {
-    const auto r = run(args);
-    EXPECT_EQ(r.exitCode, 1) << args[0] << ": " << r.err;
-    EXPECT_TRUE(Contains(r.err, message)) << r.err;
-    EXPECT_TRUE(r.out.empty());
-  };
-  usage({"frobnicate"}, "unknown command: frobnicate");
-  usage({"create"}, "missing option --db");
-  usage({"create", "--db", "x.fdb", "--force"}, "not expected: --force");
-  usage({"apply", "--db", "x.fdb"}, "missing argument SCRIPT");
-  usage({"script", "extra"}, "unexpected argument: extra");
-  usage({"customer", "remove", "X"}, "unknown subcommand: customer remove");
-
-  const auto missing = run({"diff", "--db", "missing.fdb"});
-  EXPECT_EQ(missing.exitCode, 2);
-  EXPECT_TRUE(Contains(missing.err, "zo-schema: error: database not found: missing.fdb"));
-  EXPECT_EQ(run({"apply", "--db", "missing.fdb", "x.sql"}).exitCode, 2);
-  // The same option from a configuration file, and a key no option of the command has.
   const TempDir configs;
-  std::ofstream(configs.Path() / "good.conf") << "# diff\ndb = missing.fdb\n";
   std::ofstream(configs.Path() / "bad.conf") << "db = missing.fdb\nroot = /srv\n";
-  const auto fromFile = run({"diff", "--config", (configs.Path() / "good.conf").string()});
-  EXPECT_EQ(fromFile.exitCode, 2);
-  EXPECT_TRUE(Contains(fromFile.err, "missing.fdb")) << fromFile.err;
-  usage({"diff", "--config", (configs.Path() / "bad.conf").string()},
-        "bad.conf line 2: unknown key \"root\"");
+  const struct {
+    std::vector<std::string> args;
+    int exitCode;
+    std::string message;  // on stdout for help; otherwise on stderr, with nothing on stdout
+  } cases[] = {
+      {{}, 1, "Commands:"},
+      {{"apply", "--help"}, 0, "Usage: zo-schema apply"},
+      {{"frobnicate"}, 1, "unknown command: frobnicate"},
+      {{"create"}, 1, "missing option --db"},
+      {{"create", "--db", "x.fdb", "--force"}, 1, "not expected: --force"},
+      {{"apply", "--db", "x.fdb"}, 1, "missing argument SCRIPT"},
+      {{"script", "extra"}, 1, "unexpected argument: extra"},
+      {{"customer", "remove", "X"}, 1, "unknown subcommand: customer remove"},
+      {{"diff", "--db", "missing.fdb"}, 2, "zo-schema: error: database not found: missing.fdb"},
+      // A configuration file is read: a key no option of the command has is refused.
+      {{"diff", "--config", (configs.Path() / "bad.conf").string()},
+       1,
+       "bad.conf line 2: unknown key \"root\""},
+  };
+  for (const auto& c : cases) {
+    const auto r = RunSchema(c.args, dir.Path());
+    EXPECT_EQ(r.exitCode, c.exitCode) << c.message << ": " << r.err;
+    EXPECT_TRUE(Contains(c.exitCode == 0 ? r.out : r.err, c.message)) << r.out << r.err;
+    EXPECT_TRUE(c.exitCode == 0 || r.out.empty()) << c.message << ": " << r.out;
+  }
   EXPECT_TRUE(fs::is_empty(dir.Path()));
 }
 

@@ -1,12 +1,11 @@
 // zo-server as an operator runs it: refusals at start-up, SIGTERM at any moment after the
-// server has said that it listens, its JSON log, TLS, the systemd unit, /health and /metrics.
+// server has said that it listens, its JSON log, TLS, /health and /metrics.
 
 #include <gtest/gtest.h>
 
 #include <signal.h>
 
 #include <chrono>
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <map>
@@ -179,31 +178,6 @@ TEST(ServerTls, ServesTrustingClientsOnlyAndPingsSilentOnesAway) {
       << live.Server().Log();
   EXPECT_THROW(ws.Call("GetCount", {{"AClassName", "TUser"}}), Exception);
   EXPECT_EQ(http.Call("GetCount", {{"AClassName", "TUser"}}), 1);
-}
-
-// packaging/zo-server.service passes systemd's own check: every key known, every value
-// parsed. It runs in a container without a running systemd too.
-
-TEST(ServiceUnit, SystemdAnalyzeVerifiesItWithoutAWarning) {
-  ASSERT_TRUE(fs::exists("/usr/bin/systemd-analyze"))
-      << "systemd-analyze is missing: scripts/bootstrap.sh installs the systemd package";
-  const char* source = std::getenv("ZO_SOURCE_DIR");
-  ASSERT_NE(source, nullptr);
-  std::string unit = ReadText(fs::path(source) / "packaging" / "zo-server.service");
-  // The installed path does not exist here; the built program stands in for it.
-  const std::string installed = "/usr/bin/zo-server";
-  const auto at = unit.find("ExecStart=" + installed);
-  ASSERT_NE(at, std::string::npos);
-  unit.replace(at + 10, installed.size(), fs::absolute(ZO_SERVER_BIN).string());
-
-  const TempDir dir;
-  std::ofstream(dir.Path() / "zo-server.service") << unit;
-  const int code =
-      RunTool("/usr/bin/systemd-analyze", {"verify", (dir.Path() / "zo-server.service").string()},
-              {dir.Path(), {}, dir.Path() / "out", dir.Path() / "err"}, 60s);
-  const std::string report = ReadText(dir.Path() / "out") + ReadText(dir.Path() / "err");
-  EXPECT_EQ(code, 0) << report;
-  EXPECT_EQ(report, "") << "systemd ignores what it warns about";
 }
 
 // GET /health and GET /metrics of zo-server, scraped around real calls over both transports.

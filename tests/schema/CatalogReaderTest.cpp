@@ -167,61 +167,53 @@ constexpr const char* kRoutines =
     "BEGIN\n  NEW.NOME = UPPER(NEW.NOME);\nEND^\n"
     "CREATE TRIGGER T_AD FOR T INACTIVE AFTER DELETE POSITION 0 AS\nBEGIN\nEND^\n"
     "CREATE TRIGGER AO_CONECTAR ACTIVE ON CONNECT POSITION 0 AS\nBEGIN\nEND^\n"
-    "SET TERM ; ^\n"
+    "SET TERM ; ^\n";
+constexpr const char* kExternalsAndSequences =
     "DECLARE EXTERNAL FUNCTION F CSTRING(80), INTEGER RETURNS INTEGER BY VALUE "
     "ENTRY_POINT 'f_x' MODULE_NAME 'udflib';\n"
     "DECLARE EXTERNAL FUNCTION G CSTRING(80) RETURNS CSTRING(255) FREE_IT "
-    "ENTRY_POINT 'g_x' MODULE_NAME 'udflib';\n";
+    "ENTRY_POINT 'g_x' MODULE_NAME 'udflib';\n"
+    "CREATE SEQUENCE GEN_A;\nCREATE SEQUENCE GEN_B;\nALTER SEQUENCE GEN_B RESTART WITH 42;\n";
 
-std::vector<std::string> Statements(const TModuleStruct& module) {
+// What the catalog reader finds besides tables, as text.
+std::vector<std::string> Statements(TDBXConnection& connection) {
+  const auto module = ReadDatabaseStruct(connection, nullptr);
   std::vector<std::string> statements;
-  for (const auto& p : module.Procedures()) statements.push_back(p->getDDL());
-  for (const auto& t : module.Triggers()) statements.push_back(t->Table() + ": " + t->getDDL());
+  for (const auto& p : module->Procedures()) statements.push_back(p->getDDL());
+  for (const auto& t : module->Triggers()) statements.push_back(t->Table() + ": " + t->getDDL());
+  for (const auto& u : module->UDFS()) statements.push_back(u->getDDL());
+  for (const auto& s : ReadSequences(connection)) {
+    statements.push_back(s->Name() + " = " + std::to_string(s->Value()));
+  }
   return statements;
 }
 
-TEST(CatalogReaderTest, ProceduresTriggersAndExternalFunctions) {
-  EmptyDatabase db(kRoutines);
+TEST(CatalogReaderTest, RoutinesExternalFunctionsAndSequences) {
+  EmptyDatabase db(std::string(kRoutines) + kExternalsAndSequences);
+  const std::vector<std::string> statements = Statements(db.conn->DBXConnection());
+  EXPECT_EQ(
+      statements,
+      (std::vector<std::string>{
+          "CREATE PROCEDURE DOBRO (A INTEGER, S VARCHAR(10) NOT NULL)\n"
+          "RETURNS (R NUMERIC(15,2))\nAS\nBEGIN\n  R = A * 2;\n  SUSPEND;\nEND",
+          "CREATE PROCEDURE NADA\nAS\nBEGIN\nEND",
+          ": CREATE TRIGGER AO_CONECTAR ACTIVE ON CONNECT POSITION 0\nAS\nBEGIN\nEND",
+          "T: CREATE TRIGGER T_AD FOR T INACTIVE AFTER DELETE POSITION 0\nAS\nBEGIN\nEND",
+          "T: CREATE TRIGGER T_BIU FOR T ACTIVE BEFORE INSERT OR UPDATE POSITION 5\nAS\n"
+          "BEGIN\n  NEW.NOME = UPPER(NEW.NOME);\nEND",
+          "DECLARE EXTERNAL FUNCTION F\r\nCSTRING(80),\r\nINTEGER\r\nRETURNS INTEGER BY VALUE\r\n"
+          "ENTRY_POINT 'f_x' MODULE_NAME 'udflib';\r\n",
+          "DECLARE EXTERNAL FUNCTION G\r\nCSTRING(80)\r\nRETURNS CSTRING(255) FREE IT \r\n"
+          "ENTRY_POINT 'g_x' MODULE_NAME 'udflib';\r\n",
+          "GEN_A = 0", "GEN_B = 42"}));
+
+  // The routines read back make the same ones on another database.
   const auto read = ReadDatabaseStruct(db.conn->DBXConnection(), nullptr);
-  const std::vector<std::string> statements = Statements(*read);
-  EXPECT_EQ(statements,
-            (std::vector<std::string>{
-                "CREATE PROCEDURE DOBRO (A INTEGER, S VARCHAR(10) NOT NULL)\n"
-                "RETURNS (R NUMERIC(15,2))\nAS\nBEGIN\n  R = A * 2;\n  SUSPEND;\nEND",
-                "CREATE PROCEDURE NADA\nAS\nBEGIN\nEND",
-                ": CREATE TRIGGER AO_CONECTAR ACTIVE ON CONNECT POSITION 0\nAS\nBEGIN\nEND",
-                "T: CREATE TRIGGER T_AD FOR T INACTIVE AFTER DELETE POSITION 0\nAS\nBEGIN\nEND",
-                "T: CREATE TRIGGER T_BIU FOR T ACTIVE BEFORE INSERT OR UPDATE POSITION 5\nAS\n"
-                "BEGIN\n  NEW.NOME = UPPER(NEW.NOME);\nEND"}));
-
-  ASSERT_EQ(read->UDFS().size(), 2u);
-  EXPECT_EQ(read->UDFS()[0]->getDDL(),
-            "DECLARE EXTERNAL FUNCTION F\r\nCSTRING(80),\r\nINTEGER\r\nRETURNS INTEGER BY VALUE\r\n"
-            "ENTRY_POINT 'f_x' MODULE_NAME 'udflib';\r\n");
-  const TUDFMethod& g = *read->UDFS()[1];
-  EXPECT_TRUE(g.FreeIt());
-  EXPECT_EQ(g.ReturnMechanism(), TUDFArgument::TUDFMechanism::trmByReference);
-  EXPECT_EQ(g.Arguments()[0]->getDDL(), "CSTRING(255)");
-
-  // The statements read back make the same routines on another database.
   std::string script = "CREATE TABLE T (ID INTEGER NOT NULL, NOME VARCHAR(20));\nSET TERM ^ ;\n";
   for (const auto& p : read->Procedures()) script += p->getDDL() + "^\n";
   for (const auto& t : read->Triggers()) script += t->getDDL() + "^\n";
-  EmptyDatabase copy(script + "SET TERM ; ^\n");
-  EXPECT_EQ(Statements(*ReadDatabaseStruct(copy.conn->DBXConnection(), nullptr)), statements);
-}
-
-TEST(CatalogReaderTest, SequencesWithTheirValues) {
-  EmptyDatabase db(
-      "CREATE SEQUENCE GEN_A;\nCREATE SEQUENCE GEN_B;\nALTER SEQUENCE GEN_B RESTART WITH 41;\n"
-      "SET TERM ^ ;\nEXECUTE BLOCK AS DECLARE X BIGINT; BEGIN X = NEXT VALUE FOR GEN_B; END^\n"
-      "SET TERM ; ^\n");
-  const auto sequences = ReadSequences(db.conn->DBXConnection());
-  ASSERT_EQ(sequences.size(), 2u);
-  EXPECT_EQ(sequences[0]->Name(), "GEN_A");
-  EXPECT_EQ(sequences[0]->Value(), 0);
-  EXPECT_EQ(sequences[1]->Name(), "GEN_B");
-  EXPECT_EQ(sequences[1]->Value(), 42);
+  EmptyDatabase copy(script + "SET TERM ; ^\n" + kExternalsAndSequences);
+  EXPECT_EQ(Statements(copy.conn->DBXConnection()), statements);
 }
 
 // Migration scripts run on real databases: the catalog's model compared with the classes'

@@ -118,16 +118,5 @@ TEST_F(ScriptRunner, ScriptErrorHandlerLogsAndDecides) {
   EXPECT_EQ(entries[3], "Erro: " + stopError + " - Linha: 5 - Ignorado: False");
 }
 
-TEST_F(ScriptRunner, NewDataBaseReadsConnConfOfTheCurrentDirectory) {
-  EXPECT_THROW(runner_.newDataBase(), Exception);
-  testing::CreateEmptyDatabase(Dir().File("ZO.FDB"));
-  testing::WriteText("conn.conf",
-                     "Database=" + Dir().File("ZO.FDB") + "\r\nUser_Name=SYSDBA\r\nPassword=x\r\n");
-  auto connection = runner_.newDataBase();
-  EXPECT_EQ(connection->Params().Values("Password"), "x");
-  connection->Open();
-  EXPECT_EQ(QueryInt(*connection, "select count(*) from RDB$DATABASE"), 1);
-}
-
 }  // namespace
 }  // namespace zo

@@ -177,16 +177,5 @@ TEST_F(ModuleLifecycleTest, SetCurrentDataBaseKeepsOnlyTheFileNameInsideTheCusto
   EXPECT_EQ(module->GetCurrentDataBase(), "CustomersDB/ACME/ZO.FDB");
 }
 
-TEST_F(ModuleLifecycleTest, SetCurrentDataBaseWithoutCustomerUsesTheBareFileName) {
-  WriteDefaultConf();
-  CopyDemoDatabase("OUTRO.FDB");
-  CopyDemoDatabase("arquivo/OUTRO.FDB");
-  const auto module = MakeModule();
-  module->SetCurrentDataBase((Root() / "arquivo/OUTRO.FDB").string());
-  EXPECT_EQ(module->GetCurrentDataBase(), "OUTRO.FDB");
-  EXPECT_TRUE(module->SQLConnection()->Connected());
-  ExpectAllPointAtTheConnection(*module);
-}
-
 }  // namespace
 }  // namespace zo::testing

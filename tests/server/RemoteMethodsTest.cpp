@@ -212,14 +212,6 @@ TEST_F(RemoteMethodsTest, RegistryKeepsTheFirstBindingAndUnlinkingLeavesTheName)
   EXPECT_EQ(module->GetDAO("TCidade"), &other);
 }
 
-TEST_F(RemoteMethodsTest, IdentifierArraysReadEachElementsText) {
-  EXPECT_TRUE(TZoCustomServerModule::UnSerializeIdArray(nullptr).empty());
-  EXPECT_EQ(TZoCustomServerModule::UnSerializeIdArray(json::parse(R"(["1", 2, " 3"])")),
-            (std::vector<int32_t>{1, 2, 3}));
-  EXPECT_EQ(MessageOf([] { TZoCustomServerModule::UnSerializeIdArray(json::parse(R"(["x"])")); }),
-            "'x' is not a valid integer value");
-}
-
 TEST_F(RemoteMethodsTest, AFailedCallRollsBackWhatItLeftOpen) {
   std::unique_ptr<TDBXTransaction> leftOpen;
   module->RegisterMethod("Falha", [&](const json&, TZoCallback*) -> json {
