@@ -1,5 +1,5 @@
 // Objects written and read back: every property kind, the NULL rules, text large objects,
-// embedded and hosted members, compositions.
+// embedded and hosted members, compositions (nested ones are the lists tests').
 
 #include <zo/core/Exceptions.h>
 #include <zo/core/Text.h>
@@ -13,7 +13,6 @@ using demo::TCidade;
 using demo::TCliente;
 using demo::TClienteVIP;
 using demo::TEndereco;
-using demo::TPedido;
 using demo::TProduto;
 
 class ReadWriteTest : public PersistenceTest {};
@@ -154,34 +153,6 @@ TEST_F(ReadWriteTest, EmbeddedMemberLivesInItsOwnersRowUnderAPrefix) {
   const auto readVip = Get<TClienteVIP>(vipId);
   EXPECT_EQ(readVip->Gerente, "Caio");
   EXPECT_EQ(Count("SELECT COUNT(*) FROM CLIENTES"), 2);
-}
-
-TEST_F(ReadWriteTest, CompositionsAreLoadedRecursively) {
-  const int32_t cidadeId = InsertCidade("Natal", "RN");
-  auto cliente = std::make_unique<TCliente>();
-  cliente->Nome = "Davi";
-  cliente->Cidade = Get<TCidade>(cidadeId);
-  const int32_t clienteId = InsertDataObject(Conn(), *cliente);
-  auto pedido = NewPedido(clienteId, InsertProduto("Lápis"), 0);
-  const int32_t pedidoId = InsertDataObject(Conn(), *pedido);
-
-  const auto read = Get<TPedido>(pedidoId);
-  ASSERT_NE(read->Cliente, nullptr);
-  EXPECT_EQ(read->Cliente->Nome, "Davi");
-  EXPECT_EQ(read->Cliente->GetParent(), read.get());
-  ASSERT_NE(read->Cliente->Cidade, nullptr);
-  EXPECT_EQ(read->Cliente->Cidade->Nome, "Natal");
-}
-
-TEST_F(ReadWriteTest, ObjectsByConditionComeInTheDatabasesOrder) {
-  InsertCidade("Recife", "PE");
-  InsertCidade("Natal", "RN");
-  InsertCidade("Olinda", "PE");
-  const auto pe = GetDataObjectByCondition(Conn(), &TCidade::StaticType(), "UF = 'PE'");
-  ASSERT_EQ(pe.size(), 2u);
-  EXPECT_EQ(static_cast<TCidade&>(*pe[0]).Nome, "Recife");
-  EXPECT_EQ(static_cast<TCidade&>(*pe[1]).Nome, "Olinda");
-  EXPECT_EQ(GetDataObjectByCondition(Conn(), &TCidade::StaticType(), "").size(), 3u);
 }
 
 // Updates that write only what changed, binary large objects, and the failure messages a

@@ -103,14 +103,6 @@ TEST_F(SqlTransactionTest, StatementsOutsideATransactionCommitAtOnce) {
   EXPECT_EQ(Count(other), "2");
 }
 
-TEST_F(SqlTransactionTest, AFailedStatementInsideATransactionKeepsItsEarlierWork) {
-  auto tx = Dbx().BeginTransaction();
-  Update(conn_, "INSERT INTO T VALUES (1)");
-  EXPECT_THROW(Update(conn_, "INSERT INTO T VALUES (1)"), EDatabaseError);
-  Dbx().CommitFreeAndNil(tx);
-  EXPECT_EQ(Ids(), "1");
-}
-
 // Read by Firebird itself: the isolation, access mode and lock timeout each kind of statement
 // really runs with (a locked row must give an error after 10 s, never a hang).
 TEST_F(SqlTransactionTest, TransactionsHaveTheAgreedSettings) {

@@ -146,35 +146,26 @@ TEST_F(ScriptComponent, AutoDDLOffKeepsDDLInTheTransaction) {
   EXPECT_EQ(testing::UserTableCount(*Observer()), 0);
 }
 
-TEST_F(ScriptComponent, ParseErrorsStopTheScriptBeforeAnythingRuns) {
-  script_.Script() = {
-      "CREATE TABLE T (ID INTEGER);",  // 0
-      "",                              // 1
-      "SHOW TABLES;",                  // 2
-  };
-  EXPECT_THROW(script_.ExecuteScript(), EScriptParseError);
-  ASSERT_EQ(parseErrors_.size(), 1u);
-  EXPECT_EQ(parseErrors_[0].sqlText, "SHOW TABLES");
-  EXPECT_EQ(parseErrors_[0].lineIndex, 2);
-
-  EXPECT_TRUE(errors_.empty());
-  EXPECT_EQ(testing::UserTableCount(*Observer()), 0);
-}
-
-TEST_F(ScriptComponent, ServerSyntaxErrorsGoToTheParseErrorEvent) {
-  script_.Script() = {
-      "CREATE TABLE T (ID INTEGER);",  // 0
-      "CREATE TABL X;",                // 1
-      "CREATE TABLE U (ID INTEGER);",  // 2
-  };
-  EXPECT_THROW(script_.ExecuteScript(), EScriptParseError);
-  ASSERT_EQ(parseErrors_.size(), 1u);
-  EXPECT_NE(parseErrors_[0].error.find("Token unknown"), std::string::npos);
-  EXPECT_EQ(parseErrors_[0].sqlText, "CREATE TABL X");
-  EXPECT_EQ(parseErrors_[0].lineIndex, 1);
-  EXPECT_TRUE(errors_.empty());
-  // The table before it was committed as it ran; the one after never ran.
-  EXPECT_EQ(testing::UserTableCount(*Observer()), 1);
+// A command the parser refuses stops the script before anything runs; one the server cannot
+// parse stops it there, the table before it committed as it ran and the one after never run.
+TEST_F(ScriptComponent, ParseErrorsStopTheScript) {
+  const struct {
+    std::string statement;
+    std::string error;
+    int tables;
+  } cases[] = {{"SHOW TABLES", "", 0}, {"CREATE TABL X", "Token unknown", 1}};
+  for (const auto& c : cases) {
+    parseErrors_.clear();
+    script_.Script() = {"CREATE TABLE T (ID INTEGER);", c.statement + ";",
+                        "CREATE TABLE U (ID INTEGER);"};
+    EXPECT_THROW(script_.ExecuteScript(), EScriptParseError);
+    ASSERT_EQ(parseErrors_.size(), 1u);
+    EXPECT_NE(parseErrors_[0].error.find(c.error), std::string::npos) << parseErrors_[0].error;
+    EXPECT_EQ(parseErrors_[0].sqlText, c.statement);
+    EXPECT_EQ(parseErrors_[0].lineIndex, 1);
+    EXPECT_TRUE(errors_.empty());
+    EXPECT_EQ(testing::UserTableCount(*Observer()), c.tables) << c.statement;
+  }
 }
 
 TEST_F(ScriptComponent, UsesTheDatabasesDefaultTransaction) {

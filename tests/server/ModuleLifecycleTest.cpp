@@ -167,14 +167,6 @@ TEST_F(ModuleLifecycleTest, SetCurrentDataBaseKeepsOnlyTheFileNameInsideTheCusto
     EXPECT_EQ(module->CallMethod("GetCount", {{"AClassName", "TCidade"}}, nullptr), 1) << name;
   }
   ExpectAllPointAtTheConnection(*module);
-
-  // An empty name closes the connection and keeps it.
-  module->CallMethod("SetCurrentDataBase", {{"DataBaseName", "ZO.FDB"}}, nullptr);
-  TSQLConnection* const kept = module->SQLConnection();
-  module->CallMethod("SetCurrentDataBase", {{"DataBaseName", ""}}, nullptr);
-  EXPECT_EQ(module->SQLConnection(), kept);
-  EXPECT_FALSE(kept->Connected());
-  EXPECT_EQ(module->GetCurrentDataBase(), "CustomersDB/ACME/ZO.FDB");
 }
 
 }  // namespace

@@ -226,31 +226,28 @@ TEST_F(RemoteMethodsTest, AFailedCallRollsBackWhatItLeftOpen) {
   EXPECT_EQ(Call("GetCount", {{"AClassName", "TCidade"}}), 0);
 }
 
+// A price of zero is the failed writes' case above.
 TEST_F(RemoteMethodsTest, ProductsMustBeSellable) {
-  const auto produto = [](double preco, int64_t estoque, const std::string& codigo) {
-    return ObjectJson("DemoClasses.TProduto", {{"Descricao", "Caneta"},
-                                               {"Preco", preco},
-                                               {"Estoque", estoque},
-                                               {"CodigoBarras", codigo}});
-  };
-  const std::string precoZero = "O preço do produto \"Caneta\" deve ser maior que zero";
-  const std::string semEstoque = "O estoque do produto \"Caneta\" não pode ser negativo";
   const auto codigoRuim = [](const std::string& codigo) {
     return "Código de barras inválido: \"" + codigo + "\" (8 a 14 dígitos)";
   };
   const struct {
-    json obj;
+    int64_t estoque;
+    std::string codigo;
     std::string message;
   } cases[] = {
-      {produto(0, 1, ""), precoZero},
-      {produto(1, -1, ""), semEstoque},
-      {produto(1, 0, "1234567"), codigoRuim("1234567")},
-      {produto(1, 0, "1234567A"), codigoRuim("1234567A")},
-      {produto(1, 0, ""), ""},
-      {produto(1, 0, "12345678"), ""},
+      {-1, "", "O estoque do produto \"Caneta\" não pode ser negativo"},
+      {0, "1234567", codigoRuim("1234567")},
+      {0, "1234567A", codigoRuim("1234567A")},
+      {0, "", ""},
+      {0, "12345678", ""},
   };
   for (const auto& c : cases) {
-    EXPECT_EQ(MessageOf([&] { Call("Validate", {{"jObj", c.obj}}); }), c.message) << c.obj;
+    const json produto = ObjectJson("DemoClasses.TProduto", {{"Descricao", "Caneta"},
+                                                             {"Preco", 1},
+                                                             {"Estoque", c.estoque},
+                                                             {"CodigoBarras", c.codigo}});
+    EXPECT_EQ(MessageOf([&] { Call("Validate", {{"jObj", produto}}); }), c.message) << produto;
   }
 }
 
