@@ -30,6 +30,12 @@ if(ZO_BUILD_TOOLS)
   set_target_properties(zo-server zo-schema PROPERTIES INSTALL_RPATH "$ORIGIN/${zo_bin_to_lib}")
   install(TARGETS zo-server zo-schema zo-client RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR}
     COMPONENT tools)
+  # The service unit where systemd looks for a package's units, and the operator's guide its
+  # Documentation= line names.
+  install(FILES ${PROJECT_SOURCE_DIR}/packaging/zo-server.service
+    DESTINATION lib/systemd/system COMPONENT tools)
+  install(FILES ${PROJECT_SOURCE_DIR}/docs/operations.md ${PROJECT_SOURCE_DIR}/docs/console.md
+    DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT tools)
 endif()
 
 # pkg-config file of the core library, relocatable: the prefix is found from the file's own

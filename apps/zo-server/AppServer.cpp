@@ -51,11 +51,17 @@ void ObserveRefusals(const rpc::LogSink& log, bool logThem,
   });
 }
 
+// The console's files: --console-dir, else console/ beside the executable (a build tree), else
+// the installed share/zoserver/console beside bin/. Empty when there are none.
 std::string ConsoleDir(const ServerOptions& options) {
   if (!options.consoleDir.empty()) return options.consoleDir;
-  const fs::path beside = fs::path(ExecutableDir()) / "console";
-  std::error_code ec;
-  return fs::is_directory(beside, ec) ? beside.string() : std::string();
+  const fs::path exeDir = ExecutableDir();
+  for (const fs::path& candidate :
+       {exeDir / "console", exeDir.parent_path() / "share" / "zoserver" / "console"}) {
+    std::error_code ec;
+    if (fs::is_directory(candidate, ec)) return candidate.lexically_normal().string();
+  }
+  return {};
 }
 
 fs::path EnterRoot(const ServerOptions& options) {

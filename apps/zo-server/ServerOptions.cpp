@@ -83,7 +83,8 @@ void AddOptions(CLI::App& cli, ServerOptions& o) {
   key->needs(cert);
   cli.add_option("--console-dir", o.consoleDir,
                  "the browser console's files, served at /console/ "
-                 "(default: console/ beside the executable)")
+                 "(default: console/ beside the executable, else the installed "
+                 "share/zoserver/console)")
       ->check(CLI::ExistingDirectory)
       ->type_name("DIR");
 }

@@ -29,7 +29,7 @@ struct ServerOptions {
   std::vector<std::string> allowedOrigins;
   std::string tlsCert;
   std::string tlsKey;
-  std::string consoleDir;  // absolute; empty: "console" beside the executable, when it exists
+  std::string consoleDir;  // absolute; empty: the console found beside the executable or installed
 };
 
 // Reads the options from the command line, the environment and a --config file. nullopt
