@@ -212,6 +212,15 @@ TEST_F(RemoteMethodsTest, RegistryKeepsTheFirstBindingAndUnlinkingLeavesTheName)
   EXPECT_EQ(module->GetDAO("TCidade"), &other);
 }
 
+// Public, and stricter than DeleteArray's own reading (which turns junk into -1).
+TEST_F(RemoteMethodsTest, IdentifierArraysReadEachElementsText) {
+  EXPECT_TRUE(TZoCustomServerModule::UnSerializeIdArray(nullptr).empty());
+  EXPECT_EQ(TZoCustomServerModule::UnSerializeIdArray(json::parse(R"(["1", 2, " 3"])")),
+            (std::vector<int32_t>{1, 2, 3}));
+  EXPECT_EQ(MessageOf([] { TZoCustomServerModule::UnSerializeIdArray(json::parse(R"(["x"])")); }),
+            "'x' is not a valid integer value");
+}
+
 TEST_F(RemoteMethodsTest, AFailedCallRollsBackWhatItLeftOpen) {
   std::unique_ptr<TDBXTransaction> leftOpen;
   module->RegisterMethod("Falha", [&](const json&, TZoCallback*) -> json {
