@@ -7,10 +7,11 @@
 // the server's share of the in-process throughput as min / median / max over the rounds.
 // Both sides use the embedded engine, on two customers' databases made alike.
 //
-//   server_bench [--seconds S] [--rounds R] [--clients 1,8,32] [--forced-writes]
-//                [--firebird-server]
+//   server_bench [--seconds S] [--rounds R] [--clients 1,8,32] [--workers W]
+//                [--forced-writes] [--firebird-server]
 //
-// Forced writes are turned off on both databases unless --forced-writes is given.
+// Forced writes are turned off on both databases unless --forced-writes is given. zo-server
+// runs with --workers W (default 16).
 // --firebird-server also runs the server side once more through a Firebird server on loopback
 // (/usr/sbin/firebird), printing orders per second and latencies.
 
@@ -230,13 +231,13 @@ bool Accepts(int port) {
   return ok;
 }
 
-// zo-server on a port of its own choosing, serving `root`.
+// zo-server on a port of its own choosing, serving `root` with `workers` threads for calls.
 class ZoServer {
  public:
-  explicit ZoServer(const Root& root)
+  ZoServer(const Root& root, int workers)
       : output_(root.Path() / "server.out"),
         child_({ZO_SERVER_BIN, "--root", root.Path().string(), "--port", "0", "--log-level",
-                "error", "--workers", "16"},
+                "error", "--workers", std::to_string(workers)},
                {}, {}, output_) {
     static const std::regex kListening(R"(listening on ws://[^:\s]+:(\d+)/zo)");
     for (const auto end = Clock::now() + 30s; Clock::now() < end && child_.Running();) {
@@ -466,8 +467,8 @@ double Median(std::vector<double> values) { return Percentile(std::move(values),
 // Per number of clients, interleaved rounds of both sides; then the table of medians and of
 // the server's share of the in-process throughput.
 void Compare(const Root& root, const std::vector<int>& clients, int rounds,
-             std::chrono::seconds duration) {
-  const ZoServer server(root);
+             std::chrono::seconds duration, int workers) {
+  const ZoServer server(root, workers);
   const Connect remote = [&](int) { return WebSocketClient(server.Port()); };
   const Connect local = [](int) { return InProcessClient(); };
   const auto columns = [&] { return std::vector<std::vector<double>>(clients.size()); };
@@ -531,7 +532,7 @@ void PointAtServer(const Root& root, int port, const std::string& password) {
 
 // zo-server's throughput and latencies with its databases on a Firebird server on loopback.
 int RunThroughFirebirdServer(const Root& root, const std::vector<int>& clients,
-                             std::chrono::seconds duration) {
+                             std::chrono::seconds duration, int workers) {
   const std::string password = SysdbaPassword();
   if (!fs::exists(kFirebird) || password.empty()) {
     std::cerr << "server_bench: " << kFirebird << " or " << kSysdbaFile
@@ -540,7 +541,7 @@ int RunThroughFirebirdServer(const Root& root, const std::vector<int>& clients,
   }
   const FirebirdServer firebird;
   PointAtServer(root, firebird.Port(), password);
-  const ZoServer server(root);
+  const ZoServer server(root, workers);
   const Connect remote = [&](int) { return WebSocketClient(server.Port()); };
   std::cout << "\nthrough a Firebird server on loopback (latencies in ms)\n"
             << fmt::format("{:>7} {:>10} {:>9} {:>9} {:>9} {:>9}\n", "clients", "orders/s",
@@ -561,6 +562,7 @@ struct Options {
   std::chrono::seconds duration{2};
   int rounds = 3;
   std::vector<int> clients{1, 8, 32};
+  int workers = 16;
   bool firebirdServer = false;
   bool forcedWrites = false;
 };
@@ -579,6 +581,8 @@ Options Parse(int argc, char** argv) {
       options.duration = std::chrono::seconds(std::max(1, std::stoi(value)));
     } else if (name == "--rounds") {
       options.rounds = std::max(3, std::stoi(value));
+    } else if (name == "--workers") {
+      options.workers = std::clamp(std::stoi(value), 1, 256);
     } else if (name == "--clients") {
       options.clients.clear();
       std::stringstream list(value);
@@ -599,7 +603,8 @@ int main(int argc, char** argv) {
     const Options options = Parse(argc, argv);
     std::cout << "Clients inserting a demo order (2 items) and reading it back, "
               << options.duration.count() << " s per measurement, " << options.rounds
-              << " interleaved rounds, forced writes " << (options.forcedWrites ? "on" : "off")
+              << " interleaved rounds, zo-server with " << options.workers
+              << " workers, forced writes " << (options.forcedWrites ? "on" : "off")
               << ", " << std::thread::hardware_concurrency()
               << " cores shared by clients, server and engine\n\n";
     const Root root(options.forcedWrites);
@@ -607,9 +612,9 @@ int main(int argc, char** argv) {
     demo::RegisterDemoClasses();
     fs::current_path(root.Path());
     zo::SetApplicationRoot(root.Path().string());
-    Compare(root, options.clients, options.rounds, options.duration);
+    Compare(root, options.clients, options.rounds, options.duration, options.workers);
     return options.firebirdServer
-               ? RunThroughFirebirdServer(root, options.clients, options.duration)
+               ? RunThroughFirebirdServer(root, options.clients, options.duration, options.workers)
                : 0;
   } catch (const std::exception& e) {
     std::cerr << "server_bench: " << e.what() << std::endl;
