@@ -52,12 +52,11 @@ void ObserveRefusals(const rpc::LogSink& log, bool logThem,
 }
 
 // The console's files: --console-dir, else console/ beside the executable (a build tree), else
-// the installed share/zoserver/console beside bin/. Empty when there are none.
+// where the install put it (share/zoserver/console next to bin/). Empty when there are none.
 std::string ConsoleDir(const ServerOptions& options) {
   if (!options.consoleDir.empty()) return options.consoleDir;
   const fs::path exeDir = ExecutableDir();
-  for (const fs::path& candidate :
-       {exeDir / "console", exeDir.parent_path() / "share" / "zoserver" / "console"}) {
+  for (const fs::path& candidate : {exeDir / "console", exeDir / ZO_CONSOLE_FROM_BINDIR}) {
     std::error_code ec;
     if (fs::is_directory(candidate, ec)) return candidate.lexically_normal().string();
   }
